@@ -1,0 +1,18 @@
+# MORVEL_PYTHON: the first interpreter that can import numpy, the system's own before others.
+if(NOT MORVEL_PYTHON)
+  find_program(MORVEL_PATH_PYTHON python3 DOC "The first python3 on the path")
+  mark_as_advanced(MORVEL_PATH_PYTHON)
+  foreach(candidate /usr/bin/python3 "${MORVEL_PATH_PYTHON}")
+    if(candidate AND EXISTS "${candidate}")
+      execute_process(COMMAND "${candidate}" -c "import numpy"
+                      RESULT_VARIABLE failure OUTPUT_QUIET ERROR_QUIET)
+      if(failure EQUAL 0)
+        set(MORVEL_PYTHON "${candidate}" CACHE FILEPATH "A python3 that has numpy")
+        break()
+      endif()
+    endif()
+  endforeach()
+endif()
+if(NOT MORVEL_PYTHON)
+  message(STATUS "No python3 with numpy: the Python package and the checks are left out")
+endif()
