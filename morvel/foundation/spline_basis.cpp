@@ -1,0 +1,162 @@
+#include "morvel/foundation/spline_basis.h"
+
+#include <cmath>
+#include <cstdint>
+#include <limits>
+
+#include "morvel/foundation/knot_vector.h"
+#include "morvel/foundation/scratch_buffer.h"
+
+namespace trova::foundation::nurbs {
+namespace {
+
+constexpr int kMaxTabulatedDegree = 5;
+
+// Knots within this share of a step of their evenly spaced places: a span guessed by division is
+// then off by one at most.
+constexpr double kEvenSpacingShare = 0.25;
+
+constexpr std::size_t kStackTriangle = (kMaxStackDegree + 1) * (kMaxStackDegree + 2) / 2;
+
+// Where the values of a degree stand in a packed triangle, behind those of all lower degrees.
+std::size_t triangleOffset(std::size_t degree) { return degree * (degree + 1) / 2; }
+
+// Calls `evaluate` with the degree, as a constant where reciprocals are kept.
+template <class Evaluate>
+void withDegree(int degree, Evaluate evaluate) {
+  switch (degree) {
+    case 1:
+      return evaluate(std::integral_constant<int, 1>{});
+    case 2:
+      return evaluate(std::integral_constant<int, 2>{});
+    case 3:
+      return evaluate(std::integral_constant<int, 3>{});
+    case 4:
+      return evaluate(std::integral_constant<int, 4>{});
+    case kMaxTabulatedDegree:
+      return evaluate(std::integral_constant<int, kMaxTabulatedDegree>{});
+    default:
+      return evaluate(degree);
+  }
+}
+
+}  // namespace
+
+SplineBasis::SplineBasis(int degree, std::vector<double> knots)
+    : degree_(degree), knots_(std::move(knots)) {
+  const std::int64_t count = std::int64_t(knots_.size()) - degree - 1;
+  count_ = int(std::clamp<std::int64_t>(count, 0, std::numeric_limits<int>::max()));
+  usable_ = isUsableNow();
+  if (!usable_) return;
+  start_ = knots_[degree_];
+  end_ = knots_[count_];
+  findEndSpans();
+  detectEvenSpacing();
+  if (degree_ <= kMaxTabulatedDegree) tabulateReciprocals();
+}
+
+SplineBasis SplineBasis::clampedUniform(int count, int degree) {
+  return {degree, clampedUniformKnots(count, degree)};
+}
+
+bool SplineBasis::isUsableNow() const {
+  return degree_ >= 0 && count_ > degree_ && isNonDecreasing(knots_) &&
+         std::isfinite(knots_.back() - knots_.front());
+}
+
+bool SplineBasis::isEmptySpan(int k) const {
+  return reciprocalOrZero(knots_[k + 1] - knots_[k]) == 0.0;
+}
+
+void SplineBasis::findEndSpans() {
+  firstSpan_ = degree_;
+  lastSpan_ = count_ - 1;
+  while (lastSpan_ > degree_ && isEmptySpan(lastSpan_))
+    --lastSpan_;
+  while (firstSpan_ < lastSpan_ && isEmptySpan(firstSpan_))
+    ++firstSpan_;
+}
+
+void SplineBasis::detectEvenSpacing() {
+  const int spans = count_ - degree_;
+  const double spansPerUnit = spans * reciprocalOrZero(end_ - start_);
+  if (!std::isfinite(spansPerUnit)) return;
+  for (int j = 1; j < spans; ++j) {
+    const double place = (knots_[degree_ + j] - start_) * spansPerUnit;
+    if (!(std::abs(place - j) <= kEvenSpacingShare)) return;
+  }
+  spansPerUnit_ = spansPerUnit;
+}
+
+void SplineBasis::tabulateReciprocals() {
+  reciprocals_.assign(knots_.size() * degree_, 0.0);
+  for (std::size_t i = 0; i < knots_.size(); ++i) {
+    for (std::size_t d = 1; d <= std::size_t(degree_) && i + d < knots_.size(); ++d)
+      reciprocals_[i * degree_ + d - 1] = reciprocalOrZero(knots_[i + d] - knots_[i]);
+  }
+}
+
+int SplineBasis::searchedSpan(double u) const {
+  const auto first = knots_.begin();
+  return int(std::upper_bound(first + degree_ + 1, first + count_, u) - first) - 1;
+}
+
+// Out of line, so that the processor predicts a right guess and need not wait for the knots.
+int SplineBasis::neighbourSpan(double u, int guess) const {
+  return u < knots_[guess] ? guess - 1 : guess + 1;
+}
+
+bool SplineBasis::valuesAtEnds(double u, double* out) const {
+  const bool atFront = std::abs(u - knots_.front()) < kKnotTolerance;
+  const bool atBack = std::abs(u - knots_.back()) < kKnotTolerance;
+  if (!atFront && !atBack) return false;
+  std::fill_n(out, std::size_t(degree_) + 1, 0.0);
+  out[atFront ? 0 : degree_] = 1.0;
+  return true;
+}
+
+void SplineBasis::valuesOfAnyDegree(double u, int span, double* out) const {
+  if (valuesAtEnds(u, out)) return;
+  withDegree(degree_, [&](auto p) { valuesBy(p, u, span, out); });
+}
+
+void SplineBasis::derivatives(double u, int span, int order, double* out) const {
+  withDegree(degree_, [&](auto p) { derivativesBy(p, u, span, order, out); });
+  valuesAtEnds(u, out);
+}
+
+// Order k: the values of degree p - k, differenced k times on the way up to degree p.
+template <class Degree>
+void SplineBasis::derivativesBy(Degree p, double u, int span, int order, double* out) const {
+  ScratchBuffer<double, kStackTriangle> triangle(triangleOffset(std::size_t(p) + 1));
+  triangle[0] = 1.0;
+  forEachLevel(p, [&](auto level) {
+    const double* below = triangle.data() + triangleOffset(level - 1);
+    raise(p, level, u, span, below, triangle.data() + triangleOffset(level));
+  });
+  const std::size_t width = std::size_t(p) + 1;
+  for (int k = 0; k <= order; ++k) {
+    double* row = out + k * width;
+    if (k > p) {
+      std::fill_n(row, width, 0.0);
+      continue;
+    }
+    std::copy_n(triangle.data() + triangleOffset(p - k), width - k, row);
+    for (int level = p - k + 1; level <= p; ++level)
+      differentiate(p, level, span, row);
+  }
+}
+
+// In place, from `level` coefficients of degree level - 1 to the derivative's, one degree up.
+template <class Degree>
+void SplineBasis::differentiate(Degree p, int level, int span, double* row) const {
+  double saved = 0.0;
+  for (int r = 0; r < level; ++r) {
+    const double share = row[r] * reciprocal(p, level, span + 1 - level + r);
+    row[r] = level * (saved - share);
+    saved = share;
+  }
+  row[level] = level * saved;
+}
+
+}  // namespace trova::foundation::nurbs

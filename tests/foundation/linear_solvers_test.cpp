@@ -1,0 +1,176 @@
+#include "morvel/foundation/linear_solvers.h"
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <limits>
+#include <random>
+#include <stdexcept>
+
+namespace {
+
+using namespace trova::foundation;
+using Rows = Eigen::Matrix<double, Eigen::Dynamic, Eigen::Dynamic, Eigen::RowMajor>;
+
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+
+std::mt19937 randomSource(12345);
+
+double randomValue() { return std::uniform_real_distribution<double>(-1, 1)(randomSource); }
+
+Rows randomRows(int rows, int columns) {
+  return Rows::NullaryExpr(rows, columns, [] { return randomValue(); });
+}
+
+// A random matrix with zeros outside the band; weak diagonals make pivoting necessary.
+Eigen::MatrixXd randomBanded(int size, int lower, int upper) {
+  Eigen::MatrixXd A = Eigen::MatrixXd::Zero(size, size);
+  for (int i = 0; i < size; ++i) {
+    for (int j = std::max(0, i - lower); j <= std::min(size - 1, i + upper); ++j)
+      A(i, j) = i == j ? 0.01 * randomValue() : randomValue();
+  }
+  return A;
+}
+
+template <class System>
+void assemble(System& system, const Eigen::MatrixXd& A, int lower, int upper) {
+  for (int i = 0; i < A.rows(); ++i) {
+    for (int j = std::max(0, i - lower); j <= std::min<int>(int(A.rows()) - 1, i + upper); ++j)
+      system.add(i, j, A(i, j));
+  }
+}
+
+TEST(BandedSystem, SolvesWhatTheFullMatrixSays) {
+  const struct {
+    int size, lower, upper;
+  } shapes[] = {{1, 0, 0}, {5, 0, 0}, {8, 0, 2}, {8, 2, 0}, {30, 1, 1}, {40, 3, 2}, {4, 9, 7}};
+  for (const auto& [size, lower, upper] : shapes) {
+    Eigen::MatrixXd A = randomBanded(size, lower, upper);
+    if (lower == 0 || upper == 0) A.diagonal().array() += 2.0;
+    BandedSystem system(size, lower, upper);
+    assemble(system, A, lower, upper);
+    ASSERT_TRUE(system.factor());
+    for (const int width : {1, 3}) {  // factored once, solved twice
+      const Rows expected = randomRows(size, width);
+      Rows rows = A * expected;
+      system.solve(rows.data(), width);
+      EXPECT_LT((rows - expected).norm(), 1e-9) << size << " " << lower << " " << upper;
+    }
+  }
+}
+
+TEST(BandedSystem, LongSystemsStayLinear) {
+  // -u'' = 2 by second differences on a million cells: u = x (1 - x), exact at the nodes.
+  const int size = 1000000 - 1;
+  const double h = 1e-6;
+  BandedSystem system(size, 1, 1);
+  for (int i = 0; i < size; ++i) {
+    system.add(i, i, 2.0);
+    if (i > 0) system.add(i, i - 1, -1.0);
+    if (i + 1 < size) system.add(i, i + 1, -1.0);
+  }
+  ASSERT_TRUE(system.factor());
+  std::vector<double> rows(size, 2.0 * h * h);
+  system.solve(rows.data(), 1);
+  EXPECT_NEAR(rows[size / 2], 0.25, 1e-4);
+}
+
+TEST(BandedSystem, SingularityIsReportedAndNotSolved) {
+  BandedSystem zeroColumn(3, 1, 1);
+  zeroColumn.add(0, 0, 1.0);
+  zeroColumn.add(2, 2, 1.0);
+  EXPECT_FALSE(zeroColumn.factor());
+  EXPECT_FALSE(zeroColumn.factor());
+  double rows[3] = {1, 2, 3};
+  EXPECT_THROW(zeroColumn.solve(rows, 1), std::logic_error);
+
+  BandedSystem toRounding(3, 2, 2);  // rows in arithmetic progression: rank 2
+  for (int i = 0; i < 9; ++i)
+    toRounding.add(i / 3, i % 3, 0.1 * (i + 1));
+  EXPECT_FALSE(toRounding.factor());
+
+  BandedSystem overflowing(2, 1, 1);
+  for (int i = 0; i < 4; ++i)
+    overflowing.add(i / 2, i % 2, i == 2 ? -1.5e308 : 1.5e308);
+  EXPECT_FALSE(overflowing.factor());
+}
+
+TEST(SymmetricBandedSystem, SolvesNormalEquations) {
+  const int size = 40, bandwidth = 3;
+  const Eigen::MatrixXd M = randomBanded(size, 0, bandwidth);
+  const Eigen::MatrixXd A = M.transpose() * M + 0.1 * Eigen::MatrixXd::Identity(size, size);
+  SymmetricBandedSystem system(size, bandwidth);
+  assemble(system, A, bandwidth, 0);
+  ASSERT_TRUE(system.factor());
+  for (const int width : {1, 3}) {
+    const Rows expected = randomRows(size, width);
+    Rows rows = A * expected;
+    system.solve(rows.data(), width);
+    EXPECT_LT((rows - expected).norm(), 1e-10);
+  }
+}
+
+TEST(SymmetricBandedSystem, IndefiniteAndSemidefiniteAreReported) {
+  SymmetricBandedSystem indefinite(2, 1), semidefinite(2, 1);
+  for (auto* system : {&indefinite, &semidefinite}) {
+    system->add(0, 0, 1.0);
+    system->add(1, 0, 1.0 / 3);
+  }
+  indefinite.add(1, 1, -1.0);
+  semidefinite.add(1, 1, 1.0 / 9);
+  EXPECT_FALSE(indefinite.factor());
+  EXPECT_FALSE(semidefinite.factor());
+}
+
+TEST(BandedSystems, RefuseWhatDoesNotBelong) {
+  BandedSystem banded(4, 1, 0);
+  SymmetricBandedSystem symmetric(4, 1);
+  for (const auto& [row, column] : {std::pair{0, 1}, {2, 0}, {-1, -1}, {4, 4}, {4, 3}}) {
+    EXPECT_THROW(banded.add(row, column, 1.0), std::out_of_range);
+    EXPECT_THROW(symmetric.add(row, column, 1.0), std::out_of_range);
+  }
+  EXPECT_THROW(banded.add(0, 0, kNaN), std::invalid_argument);
+  EXPECT_THROW(symmetric.add(0, 0, kNaN), std::invalid_argument);
+  for (int i = 0; i < 4; ++i) {
+    banded.add(i, i, 1.0);
+    symmetric.add(i, i, 1.0);
+  }
+  double rows[4] = {1, 2, kNaN, 4};
+  EXPECT_THROW(banded.solve(rows, 1), std::logic_error);
+  ASSERT_TRUE(banded.factor() && symmetric.factor());
+  EXPECT_THROW(banded.add(0, 0, 1.0), std::logic_error);
+  EXPECT_THROW(banded.solve(rows, 1), std::invalid_argument);
+  EXPECT_THROW(symmetric.solve(rows, 1), std::invalid_argument);
+  EXPECT_THROW(symmetric.solve(rows, -1), std::invalid_argument);
+
+  const int intMax = std::numeric_limits<int>::max();
+  for (const auto& [size, width] : {std::pair{-1, 0}, {4, -1}, {intMax, 1}, {intMax, intMax}}) {
+    EXPECT_THROW(BandedSystem(size, width, width), std::length_error);
+    EXPECT_THROW(SymmetricBandedSystem(size, width), std::length_error);
+  }
+}
+
+TEST(SolveDense, InvertsTheProduct) {
+  const Eigen::MatrixXd A = randomRows(12, 12), expected = randomRows(12, 3);
+  EXPECT_LT((solveDense(A, A * expected) - expected).norm(), 1e-10);
+  EXPECT_THROW(solveDense(Eigen::MatrixXd::Ones(3, 3), expected.topRows(3)), std::runtime_error);
+  EXPECT_THROW(solveDense(A.leftCols(5), expected), std::invalid_argument);
+  EXPECT_THROW(solveDense(A, expected.topRows(5)), std::invalid_argument);
+  EXPECT_THROW(solveDense(A * kNaN, expected), std::invalid_argument);
+}
+
+TEST(SolveLeastSquares, ResidualIsNormalToTheColumns) {
+  const Eigen::MatrixXd A = randomRows(20, 6), B = randomRows(20, 2);
+  const Eigen::MatrixXd X = solveLeastSquares(A, B);
+  EXPECT_LT((A.transpose() * (A * X - B)).norm(), 1e-12);
+
+  Eigen::MatrixXd repeated(20, 7);
+  repeated << A, A.col(2);
+  const Eigen::MatrixXd Y = solveLeastSquares(repeated, B);
+  EXPECT_LT((repeated * Y - A * X).norm(), 1e-12);
+  EXPECT_TRUE((Y.row(2).array() == 0).all() || (Y.row(6).array() == 0).all());
+  EXPECT_THROW(solveLeastSquares(A, B * kNaN), std::invalid_argument);
+  EXPECT_THROW(solveLeastSquares(A, B.topRows(5)), std::invalid_argument);
+}
+
+}  // namespace
