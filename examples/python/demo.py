@@ -1,0 +1,187 @@
+"""A walk through morvel on real geometry: the Utah teapot and curves beside it.
+
+Run it with `./run demo`. It prints what each step did and how long it took, and writes
+`out/teapot.obj` and `out/teapot.png`.
+"""
+
+from __future__ import annotations
+
+import sys
+import time
+from pathlib import Path
+from typing import Callable, Dict, List, NamedTuple
+
+import numpy as np
+
+import morvel
+from picture import draw
+from teapot import read_patches
+
+ROOT = Path(__file__).resolve().parents[2]
+TEAPOT = ROOT / "examples" / "data" / "teapot.txt"
+PATCH_RESOLUTION = 24
+GOBLET_RESOLUTION = 80
+
+
+class Step(NamedTuple):
+    """A line of the closing table."""
+
+    name: str
+    outcome: str
+    seconds: float
+
+
+class Log:
+    """Runs the steps of the demo and keeps what they say."""
+
+    def __init__(self) -> None:
+        self.steps: List[Step] = []
+
+    def run(self, name: str, work: Callable[[], str]) -> None:
+        start = time.perf_counter()
+        outcome = work()
+        self.steps.append(Step(name, outcome, time.perf_counter() - start))
+
+    def table(self) -> str:
+        width = max(len(step.name) for step in self.steps)
+        said = max(len(step.outcome) for step in self.steps)
+        lines = [f"{'step':<{width}}  {'outcome':<{said}}  {'ms':>8}"]
+        lines.append("-" * len(lines[0]))
+        for name, outcome, seconds in self.steps:
+            lines.append(f"{name:<{width}}  {outcome:<{said}}  {seconds * 1e3:8.1f}")
+        return "\n".join(lines)
+
+
+class Demo:
+    """The steps, in order; each leaves what later ones need."""
+
+    def __init__(self, out: Path) -> None:
+        self.out = out
+        self.patches: List[morvel.Surface] = []
+        self.curves: Dict[str, morvel.Curve] = {}
+        self.made: Dict[str, morvel.Surface] = {}
+        self.meshes: List[morvel.Mesh] = []
+
+    def run(self, log: Log) -> None:
+        log.run("read and make patches", self.make_patches)
+        log.run("curves", self.make_curves)
+        log.run("surfaces from curves", self.make_surfaces)
+        log.run("query", self.query)
+        log.run("evaluate", self.evaluate)
+        log.run("split and continue", self.derive)
+        log.run("convert", self.convert)
+        log.run("tessellate", self.tessellate)
+        log.run("measure", self.measure)
+        log.run("write teapot.obj", self.write_mesh)
+        log.run("draw teapot.png", self.draw)
+
+    def make_patches(self) -> str:
+        self.patches = [morvel.Surface.bezier(net) for net in read_patches(TEAPOT)]
+        return f"{len(self.patches)} {self.patches[0].type}s of degrees {self.patches[0].degrees}"
+
+    def make_curves(self) -> str:
+        quarter = np.array([[0.0, 1.0, 0.0], [1.0, 1.0, 0.0], [1.0, 0.0, 0.0]])
+        goblet = np.array(
+            [[0.0, 0, 0], [0.7, 0, 0], [0.7, 0, 0.1], [0.1, 0, 0.15], [0.1, 0, 0.9], [0.5, 0, 1.1],
+             [0.6, 0, 1.5], [0.45, 0, 2.0]]
+        )
+        self.curves = {
+            "line": morvel.Curve.line((4.2, -0.8, 0.0), (4.2, 0.8, 0.6)),
+            "circle": morvel.Curve.circle((0.0, 0.0, 0.02), radius=2.6),
+            "goblet": morvel.Curve.bspline(goblet, degree=3),
+            "quarter": morvel.Curve.nurbs(
+                quarter, weights=[1.0, np.sqrt(0.5), 1.0], knots=[0, 0, 0, 1, 1, 1], degree=2
+            ),
+            "wave": morvel.Curve.bspline(
+                [[-3.8, y, 0.25 * (-1) ** k] for k, y in enumerate(np.linspace(-1.6, 1.6, 9))]
+            ),
+        }
+        radius = np.linalg.norm(self.curves["quarter"].sample(64), axis=1)
+        return f"{len(self.curves)}; the rational quarter circle is round to " \
+               f"{abs(radius - 1).max():.0e}"
+
+    def make_surfaces(self) -> str:
+        goblet = morvel.Surface.revolve(self.curves["goblet"])
+        goblet.transform([[1, 0, 0, 4.6], [0, 1, 0, -1.6], [0, 0, 1, 0], [0, 0, 0, 1]])
+        self.made = {
+            "goblet": goblet,
+            "fence": morvel.Surface.extrude(self.curves["wave"], (0, 0, 1), 1.1),
+            "rim": morvel.Surface.pipe(self.curves["circle"], 0.06),
+        }
+        return ", ".join(f"{name} ({surface.type})" for name, surface in self.made.items())
+
+    def query(self) -> str:
+        net = self.patches[0].control_points
+        curve = self.curves["goblet"]
+        return (
+            f"net {net.shape[0]} x {net.shape[1]}, domain {self.patches[0].domain}, "
+            f"goblet profile {curve.length(0, 1):.4f} long"
+        )
+
+    def evaluate(self) -> str:
+        body = self.patches[4]
+        at = body.derivatives(0.5, 0.5, order=2)
+        step = 1e-4
+        difference = (body.point(0.5 + step, 0.5) - body.point(0.5 - step, 0.5)) / (2 * step)
+        error = np.linalg.norm(difference - at["du"])
+        point = ", ".join(f"{c:.3f}" for c in at["point"])
+        return f"({point}) on the body; du against differences {error:.0e}"
+
+    def derive(self) -> str:
+        left, right = self.patches[4].split_u(0.25)
+        gap = np.linalg.norm(left.point(1.0, 0.3) - right.point(0.0, 0.3))
+        fence = self.made["fence"].to_bspline()
+        self.made["fence end"] = fence.extension("u_max", 0.6, "natural")
+        return f"halves of a patch meet to {gap:.0e}; the fence is continued by 0.6"
+
+    def convert(self) -> str:
+        spline = self.made["goblet"].to_nurbs()
+        grid = np.linspace(0.013, 0.987, 23)
+        deviation = max(
+            np.linalg.norm(spline.point(u, v) - self.made["goblet"].point(u, v))
+            for u in grid
+            for v in grid
+        )
+        nu, nv, _ = spline.control_points.shape
+        return f"goblet as a {nu} x {nv} B-spline net, off by {deviation:.1e} at most"
+
+    def tessellate(self) -> str:
+        self.meshes = [patch.mesh(PATCH_RESOLUTION) for patch in self.patches]
+        beside = [surface.mesh(GOBLET_RESOLUTION) for surface in self.made.values()]
+        self.meshes.append(morvel.Mesh.joined(beside))
+        triangles = sum(len(mesh.triangles) for mesh in self.meshes)
+        return f"{triangles} triangles"
+
+    def measure(self) -> str:
+        teapot = morvel.Mesh.joined(self.meshes[:-1])
+        low, high = teapot.bounds
+        size = " x ".join(f"{d:.2f}" for d in high - low)
+        return f"teapot: area {teapot.area():.3f}, size {size}"
+
+    def write_mesh(self) -> str:
+        mesh = morvel.Mesh.joined(self.meshes)
+        path = self.out / "teapot.obj"
+        mesh.write_obj(path)
+        return f"{len(mesh.vertices)} vertices, {path.stat().st_size / 2**20:.1f} MiB"
+
+    def draw(self) -> str:
+        teapot = morvel.Mesh.joined(self.meshes[:-1])
+        path = self.out / "teapot.png"
+        draw([(teapot, "#c9a66b"), (self.meshes[-1], "#7d9cc0")], path)
+        return f"{path.stat().st_size / 2**10:.0f} KiB"
+
+
+def main() -> int:
+    out = Path(sys.argv[1] if len(sys.argv) > 1 else "out")
+    out.mkdir(parents=True, exist_ok=True)
+    print(morvel.version())
+    log = Log()
+    Demo(out).run(log)
+    print(log.table())
+    left = morvel.counts()
+    print(f"left in the kernel: {left.curves} curves, {left.surfaces} surfaces")
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
