@@ -80,7 +80,9 @@ class MORVEL_API Point2D {
  public:
   Point2D() : coords_(0.0, 0.0) {}
   Point2D(double x, double y) : coords_(x, y) {}
-  explicit Point2D(const Eigen::Vector2d& coords) : coords_(coords) {}
+  /// Without the alignment that depends on a program's instruction set.
+  using Coordinates = Eigen::Matrix<double, 2, 1, Eigen::DontAlign>;
+  explicit Point2D(const Coordinates& coords) : coords_(coords) {}
 
   static Point2D origin() { return {}; }
 
@@ -89,7 +91,7 @@ class MORVEL_API Point2D {
   void setX(double value) { coords_.x() = value; }
   void setY(double value) { coords_.y() = value; }
 
-  const Eigen::Vector2d& eigen() const { return coords_; }
+  const Coordinates& eigen() const { return coords_; }
 
   double distanceTo(const Point2D& other) const { return (coords_ - other.coords_).norm(); }
   double squaredDistanceTo(const Point2D& other) const {
@@ -103,17 +105,17 @@ class MORVEL_API Point2D {
   }
 
  private:
-  Eigen::Vector2d coords_;
+  Coordinates coords_;
 };
 
 inline Point2D operator+(const Point2D& a, const Point2D& b) {
-  return Point2D(Eigen::Vector2d(a.eigen() + b.eigen()));
+  return Point2D(Point2D::Coordinates(a.eigen() + b.eigen()));
 }
 inline Point2D operator-(const Point2D& a, const Point2D& b) {
-  return Point2D(Eigen::Vector2d(a.eigen() - b.eigen()));
+  return Point2D(Point2D::Coordinates(a.eigen() - b.eigen()));
 }
 inline Point2D operator*(const Point2D& p, double s) {
-  return Point2D(Eigen::Vector2d(p.eigen() * s));
+  return Point2D(Point2D::Coordinates(p.eigen() * s));
 }
 inline Point2D operator*(double s, const Point2D& p) { return p * s; }
 inline bool operator==(const Point2D& a, const Point2D& b) { return a.isEqual(b); }

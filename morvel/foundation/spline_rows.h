@@ -24,6 +24,9 @@ struct SplineRows {
 /// Degree elevation ends here: more columns than this serve nobody and cost without bound.
 inline constexpr int kMaxElevatedDegree = 1000;
 
+// All throw std::invalid_argument for a spline whose parts do not fit together: size(U) = n + p +
+// 1, n > p, finite knots that never decrease. Nothing is changed then.
+
 /// Inserts u up to `times` times (Boehm's step; Piegl and Tiller, The NURBS Book, A5.1), stopping
 /// when its multiplicity, counted within `tolerance`, reaches the degree. u outside [U[p], U[n]] or
 /// not finite throws std::invalid_argument.

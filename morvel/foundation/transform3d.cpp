@@ -25,7 +25,7 @@ Transform3D Transform3D::rotation(const Vector3D& axis, double angle) {
 }
 
 Transform3D Transform3D::compose(const Transform3D& other) const {
-  return Transform3D(Eigen::Matrix4d(matrix_ * other.matrix_));
+  return Transform3D(Matrix(matrix_ * other.matrix_));
 }
 
 Point3D Transform3D::transform(const Point3D& p) const {
@@ -38,7 +38,7 @@ Vector3D Transform3D::transform(const Vector3D& v) const {
 }
 
 bool Transform3D::isIdentity(const ToleranceContext& tolerance) const {
-  return (matrix_ - Eigen::Matrix4d::Identity()).norm() <= tolerance.getGeometricTolerance();
+  return (matrix_ - Matrix::Identity()).norm() <= tolerance.getGeometricTolerance();
 }
 
 }  // namespace trova::foundation

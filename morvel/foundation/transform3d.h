@@ -13,8 +13,12 @@ namespace trova::foundation {
 /// takes no part: results are not divided by the fourth component.
 class MORVEL_API Transform3D {
  public:
-  Transform3D() : matrix_(Eigen::Matrix4d::Identity()) {}
-  explicit Transform3D(const Eigen::Matrix4d& matrix) : matrix_(matrix) {}
+  /// Without the alignment that depends on a program's instruction set: curves and surfaces hold
+  /// transforms, and their layout must be the same in the library and in its callers.
+  using Matrix = Eigen::Matrix<double, 4, 4, Eigen::DontAlign>;
+
+  Transform3D() : matrix_(Matrix::Identity()) {}
+  explicit Transform3D(const Matrix& matrix) : matrix_(matrix) {}
 
   static Transform3D identity() { return {}; }
   static Transform3D translation(const Vector3D& offset);
@@ -37,10 +41,10 @@ class MORVEL_API Transform3D {
 
   double operator()(int row, int column) const { return matrix_(row, column); }
   double& operator()(int row, int column) { return matrix_(row, column); }
-  const Eigen::Matrix4d& getMatrix() const { return matrix_; }
+  const Matrix& getMatrix() const { return matrix_; }
 
  private:
-  Eigen::Matrix4d matrix_;
+  Matrix matrix_;
 };
 
 }  // namespace trova::foundation

@@ -1,0 +1,127 @@
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+#include "morvel/foundation/knot_vector.h"
+#include "morvel/foundation/nurbs_basis.h"
+#include "morvel/foundation/tolerances.h"
+#include "morvel/surfaces/bspline_surface.h"
+#include "morvel/surfaces/foot_point.h"
+#include "morvel/surfaces/grid_sampling.h"
+#include "morvel/surfaces/internal/full_sum.h"
+#include "morvel/surfaces/internal/tensor_evaluate.h"
+#include "morvel/surfaces/internal/unit_normal.h"
+
+namespace trova::geometry {
+namespace {
+
+constexpr int kDim = 3;
+constexpr int kMaxOrder = 2;
+
+Point3D pointAt(const double* results) { return {results[0], results[1], results[2]}; }
+
+Vector3D vectorAt(const double* results, int index) {
+  results += index * kDim;
+  return {results[0], results[1], results[2]};
+}
+
+// Degree 0: 1 on [i / n, (i + 1) / n), and the last function also at 1.
+double stepFunction(int i, double t, int n) {
+  if (std::abs(t) < foundation::kKnotTolerance) t = 0.0;
+  if (std::abs(t - 1.0) < foundation::kKnotTolerance) t = 1.0;
+  if (t == 1.0) return i == n - 1 ? 1.0 : 0.0;
+  const double count = n;
+  return i / count <= t && t < (i + 1) / count ? 1.0 : 0.0;
+}
+
+}  // namespace
+
+double computeUniformBasisFunction(int i, int p, double t, int n) {
+  if (i < 0 || i >= n || p < 0) return 0.0;
+  if (p == 0) return stepFunction(i, t, n);
+  return foundation::nurbs::evaluateBasisFunction(i, p, t,
+                                                  foundation::nurbs::clampedUniformKnots(n, p));
+}
+
+// Where a value of the net is not finite, its products with zero are not zero: only the full sum is
+// right then.
+bool BSplineSurface::usesLocalSupport() const {
+  return netIsFinite() && uniformU().isUsable() && uniformV().isUsable();
+}
+
+template <int Order>
+[[gnu::always_inline]] inline void BSplineSurface::evaluateInto(double u, double v,
+                                                                double* out) const {
+  if (!usesLocalSupport() || std::isunordered(u, v))
+    evaluateByDefinition(u, v, Order, out);
+  else
+    internal::tensorPoint<kDim, Order>(controlNet().data(), uniformU(), uniformV(),
+                                       internal::clampedToUnit(u), internal::clampedToUnit(v), out);
+}
+
+// The results of `tensorPoint` with Dim = 3 where the local support does not serve: empty nets,
+// nets and parameters that are not finite, counts that the degree is too high for.
+[[gnu::noinline]] void BSplineSurface::evaluateByDefinition(double u, double v, int order,
+                                                            double* out) const {
+  const bool isNumber = !std::isnan(u) && !std::isnan(v);
+  if (isNumber && !controlNet().isEmpty()) {
+    internal::fullSum(controlNet().data(), kDim, {controlNet().uCount(), getUDegree()},
+                      {controlNet().vCount(), getVDegree()}, internal::clampedToUnit(u),
+                      internal::clampedToUnit(v), order, out);
+    return;
+  }
+  std::fill_n(out, kDim * internal::derivativeCount(order),
+              controlNet().isEmpty() ? 0.0 : std::numeric_limits<double>::quiet_NaN());
+}
+
+Point3D BSplineSurface::evaluate(double u, double v) const {
+  double results[kDim];
+  evaluateInto<0>(u, v, results);
+  return pointAt(results);
+}
+
+SurfaceEvaluation BSplineSurface::evaluateDerivatives(double u, double v, int order) const {
+  order = std::clamp(order, 0, kMaxOrder);
+  double results[kDim * internal::derivativeCount(kMaxOrder)];
+  if (order == 0)
+    evaluateInto<0>(u, v, results);
+  else if (order == 1)
+    evaluateInto<1>(u, v, results);
+  else
+    evaluateInto<kMaxOrder>(u, v, results);
+  SurfaceEvaluation at;
+  at.point = pointAt(results);
+  if (order == 0) return at;
+  at.Su = vectorAt(results, 1);
+  at.Sv = vectorAt(results, 2);
+  at.normal = internal::evaluationNormal(at.Su, at.Sv);
+  if (order == 1) return at;
+  at.Suu = vectorAt(results, 3);
+  at.Suv = vectorAt(results, 4);
+  at.Svv = vectorAt(results, 5);
+  return at;
+}
+
+SurfaceMesh BSplineSurface::tessellateUniform(int uCount, int vCount) const {
+  if (!usesLocalSupport()) return Surface::tessellateUniform(uCount, vCount);
+  SurfaceMesh mesh = gridMesh(uCount, vCount);
+  const std::vector<double> us = gridParameters(0.0, 1.0, uCount);
+  const std::vector<double> vs = gridParameters(0.0, 1.0, vCount);
+  internal::tensorGrid<kDim, 1>(
+      controlNet().data(), uniformU(), uniformV(), us, vs, [&](int a, int b, const double* at) {
+        mesh.vertices.push_back(pointAt(at));
+        mesh.normals.push_back(internal::surfaceNormal(vectorAt(at, 1), vectorAt(at, 2)));
+        mesh.parameters.emplace_back(us[a], vs[b]);
+      });
+  return mesh;
+}
+
+std::pair<double, double> BSplineSurface::getClosestParameter(const Point3D& point) const {
+  const FootPoint foot = closestFootPoint(
+      [this](double u, double v) { return evaluate(u, v); },
+      [this](double u, double v) { return evaluateDerivatives(u, v, 2); }, getParameterDomain(),
+      point, footPointSamples(controlNet().uCount()), footPointSamples(controlNet().vCount()));
+  return {foot.u, foot.v};
+}
+
+}  // namespace trova::geometry
