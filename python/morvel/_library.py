@@ -1,0 +1,153 @@
+"""The shared library, with every exported function typed from the one list of signatures."""
+
+from __future__ import annotations
+
+import ctypes
+import os
+from ctypes.util import find_library
+from pathlib import Path
+from typing import Any, Callable, Dict, Iterator, List, Tuple
+
+from ._errors import BAD_ARGUMENT, MorvelError, error_for
+from ._signatures import SIGNATURES
+
+LIBRARY_VARIABLE = "MORVEL_LIBRARY"  # a path to libmorvel.so that goes before all others
+LIBRARY_NAME = "libmorvel.so.1"
+TEXT_SIZE = 1024
+
+
+class Point(ctypes.Structure):
+    """A point by value, as the interface returns it."""
+
+    _fields_ = [("x", ctypes.c_double), ("y", ctypes.c_double), ("z", ctypes.c_double)]
+
+
+class SurfaceData(ctypes.Structure):
+    """The library's own mesh record; `free_surface_data` releases it."""
+
+    _fields_ = [
+        ("vertices", ctypes.POINTER(ctypes.c_double)),
+        ("vertexCount", ctypes.c_int32),
+        ("indices", ctypes.POINTER(ctypes.c_int32)),
+        ("indexCount", ctypes.c_int32),
+        ("surfaceId", ctypes.c_int32),
+    ]
+
+
+_VALUES: Dict[str, Any] = {
+    "void": None,
+    "int": ctypes.c_int,
+    "bool": ctypes.c_bool,
+    "double": ctypes.c_double,
+    "MorvelPoint3D": Point,
+    "const char*": ctypes.c_char_p,
+    "MorvelSurfaceData*": ctypes.POINTER(SurfaceData),
+}
+
+
+def _argument_type(c_type: str) -> Any:
+    """Arrays go as bare addresses, so that numpy's memory needs no copy."""
+    if c_type in _VALUES:
+        return _VALUES[c_type]
+    if c_type.endswith("*"):
+        return ctypes.c_void_p
+    raise TypeError(f"the C type '{c_type}' has no Python counterpart")
+
+
+def _candidates() -> Iterator[str]:
+    named = os.environ.get(LIBRARY_VARIABLE)
+    if named:
+        yield named
+        return
+    here = Path(__file__).resolve().parent
+    root = here.parents[1]
+    for folder in (here, root / "build" / "release", root / "build" / "dev"):
+        yield str(folder / LIBRARY_NAME)
+        yield str(folder / "lib" / LIBRARY_NAME)
+    yield LIBRARY_NAME
+    found = find_library("morvel")
+    if found:
+        yield found
+
+
+def _load() -> ctypes.CDLL:
+    tried: List[str] = []
+    for name in _candidates():
+        if os.sep in name and not Path(name).exists():
+            tried.append(name)
+            continue
+        try:
+            return ctypes.CDLL(name)
+        except OSError as fault:
+            tried.append(str(fault))
+    raise ImportError(
+        f"libmorvel.so was not found; build it with ./run demo, or set {LIBRARY_VARIABLE} to its "
+        "path. Tried: " + "; ".join(tried)
+    )
+
+
+def _typed(library: ctypes.CDLL) -> Dict[str, Callable[..., Any]]:
+    functions: Dict[str, Callable[..., Any]] = {}
+    for name, (result, parameters, doc) in SIGNATURES.items():
+        function = getattr(library, name)
+        function.restype = _VALUES[result]
+        function.argtypes = [_argument_type(c_type) for c_type, _, _ in parameters]
+        function.__doc__ = doc
+        functions[name] = function
+    return functions
+
+
+_LIBRARY = _load()
+
+#: Every exported function by name, typed, as plain ctypes: no checks, no exceptions.
+functions: Dict[str, Callable[..., Any]] = _typed(_LIBRARY)
+
+
+def last_error() -> str:
+    """The text of the kernel's last error."""
+    buffer = ctypes.create_string_buffer(TEXT_SIZE)
+    functions["get_last_error"](buffer, TEXT_SIZE)
+    return buffer.value.decode("utf-8", "replace")
+
+
+def failure(name: str, code: int) -> MorvelError:
+    """The exception for a failed call. Takes the text with it, so that no later failure shows it."""
+    text = last_error()
+    functions["clear_last_error"]()
+    return error_for(name, code, text)
+
+
+def call(name: str, *arguments: Any) -> Any:
+    """Calls an exported function; a result below 0 raises with the kernel's text."""
+    result = functions[name](*arguments)
+    if result < 0:
+        raise failure(name, int(result))
+    return result
+
+
+def call_expecting(success: int, name: str, *arguments: Any) -> None:
+    """Calls a function that says success with one number."""
+    result = functions[name](*arguments)
+    if result != success:
+        raise failure(name, int(result))
+
+
+def call_for_value(name: str, *arguments: Any) -> Any:
+    """Calls a function that has no room for a code: a failure shows in the last error alone."""
+    functions["clear_last_error"]()
+    result = functions[name](*arguments)
+    if last_error():
+        raise failure(name, BAD_ARGUMENT)
+    return result
+
+
+def text_of(name: str, *arguments: Any) -> str:
+    """The text that a function writes into a buffer (its last two parameters)."""
+    buffer = ctypes.create_string_buffer(TEXT_SIZE)
+    call(name, *arguments, buffer, TEXT_SIZE)
+    return buffer.value.decode("utf-8", "replace")
+
+
+def signature(name: str) -> Tuple[str, list, str]:
+    """Result type, parameters and doc of an exported function."""
+    return SIGNATURES[name]

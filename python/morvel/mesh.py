@@ -1,0 +1,67 @@
+"""Triangle meshes."""
+
+from __future__ import annotations
+
+from dataclasses import dataclass
+from os import PathLike
+from typing import Iterable, Tuple, Union
+
+import numpy as np
+
+from ._arrays import FloatArray, IntArray
+
+
+@dataclass(frozen=True)
+class Mesh:
+    """Triangles over vertices.
+
+    Attributes:
+        vertices: (n, 3) positions in model units.
+        triangles: (m, 3) indices into the vertices.
+    """
+
+    vertices: FloatArray
+    triangles: IntArray
+
+    @property
+    def normals(self) -> FloatArray:
+        """(m, 3) unit normals of the triangles; zero for a triangle without area."""
+        cross = self._cross()
+        length = np.linalg.norm(cross, axis=1, keepdims=True)
+        return np.divide(cross, length, out=np.zeros_like(cross), where=length > 0)
+
+    @property
+    def bounds(self) -> Tuple[FloatArray, FloatArray]:
+        """The least and the greatest corner of the vertices."""
+        return self.vertices.min(axis=0), self.vertices.max(axis=0)
+
+    def area(self) -> float:
+        """The sum of the triangles' areas."""
+        return float(np.linalg.norm(self._cross(), axis=1).sum() / 2)
+
+    def volume(self) -> float:
+        """The signed volume within a closed mesh whose triangles turn the same way."""
+        a, b, c = (self.vertices[self.triangles[:, k]] for k in range(3))
+        return float(np.einsum("ij,ij->i", a, np.cross(b, c)).sum() / 6)
+
+    def _cross(self) -> FloatArray:
+        a, b, c = (self.vertices[self.triangles[:, k]] for k in range(3))
+        return np.cross(b - a, c - a)
+
+    @staticmethod
+    def joined(meshes: "Iterable[Mesh]") -> "Mesh":
+        """Several meshes as one; vertices are not merged."""
+        parts = list(meshes)
+        offsets = np.cumsum([0] + [len(part.vertices) for part in parts])
+        return Mesh(
+            np.concatenate([part.vertices for part in parts]),
+            np.concatenate([part.triangles + k for part, k in zip(parts, offsets)]).astype(np.int32),
+        )
+
+    def write_obj(self, path: "Union[str, PathLike[str]]") -> None:
+        """Writes a Wavefront OBJ file; coordinates keep every bit."""
+        with open(path, "w", encoding="ascii") as file:
+            for x, y, z in self.vertices.tolist():
+                file.write(f"v {x!r} {y!r} {z!r}\n")
+            for a, b, c in (self.triangles + 1).tolist():
+                file.write(f"f {a} {b} {c}\n")
