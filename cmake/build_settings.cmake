@@ -34,12 +34,3 @@ if(MORVEL_SANITIZE)
 endif()
 
 find_package(Eigen3 3.4 REQUIRED NO_MODULE)
-
-# Headers that nearly every source reads, and those named, precompiled for one target.
-function(morvel_precompile target)
-  if(MORVEL_PCH)
-    target_precompile_headers(${target} PRIVATE
-      <Eigen/Core> <algorithm> <array> <cmath> <functional> <limits> <memory> <optional>
-      <stdexcept> <string> <unordered_map> <vector> ${ARGN})
-  endif()
-endfunction()
