@@ -14,7 +14,7 @@ function(morvel_write_version_script output)
   endforeach()
 
   set(patterns "")
-  foreach(scope trova:: trova_internal:: PythonSurfaceKernel PythonNURBSSurface)
+  foreach(scope trova:: trova_internal:: CircularCurve2D PythonSurfaceKernel PythonNURBSSurface)
     if(scope MATCHES ":$")
       set(member "${scope}*")
       set(type "${scope}*")

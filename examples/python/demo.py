@@ -131,8 +131,8 @@ class Demo:
         left, right = self.patches[4].split_u(0.25)
         gap = np.linalg.norm(left.point(1.0, 0.3) - right.point(0.0, 0.3))
         fence = self.made["fence"].to_bspline()
-        self.made["fence end"] = fence.extension("u_max", 0.6, "natural")
-        return f"halves of a patch meet to {gap:.0e}; the fence is continued by 0.6"
+        self.made["fence end"] = fence.extension("u_max", 0.4, "linear")
+        return f"halves of a patch meet to {gap:.0e}; the fence is continued by 0.4"
 
     def convert(self) -> str:
         spline = self.made["goblet"].to_nurbs()

@@ -12,10 +12,16 @@ POINTS_PER_PATCH = 16
 
 def read_patches(path: Path) -> List[np.ndarray]:
     """The (4, 4, 3) control nets of a file: a line 'patch k', then 16 lines x y z, row by row."""
-    nets: List[np.ndarray] = []
-    for block in path.read_text(encoding="ascii").split("patch ")[1:]:
-        rows = [line.split() for line in block.splitlines()[1:] if line.strip()]
+    patches: List[List[List[float]]] = []
+    for line in path.read_text(encoding="ascii").splitlines():
+        words = line.split()
+        if not words or words[0] == "#":
+            continue
+        if words[0] == "patch":
+            patches.append([])
+        else:
+            patches[-1].append([float(word) for word in words])
+    for k, rows in enumerate(patches):
         if len(rows) != POINTS_PER_PATCH:
-            raise ValueError(f"{path}: patch {len(nets)} has {len(rows)} points, not 16")
-        nets.append(np.array(rows, dtype=float).reshape(4, 4, 3))
-    return nets
+            raise ValueError(f"{path}: patch {k} has {len(rows)} points, not {POINTS_PER_PATCH}")
+    return [np.array(rows).reshape(4, 4, 3) for rows in patches]
