@@ -5,6 +5,7 @@
 
 #include "morvel/morvel.h"
 
+#include "morvel/foundation/affine_maps.h"
 #include "morvel/foundation/basis_function_cache.h"
 #include "morvel/foundation/bernstein.h"
 #include "morvel/foundation/bounding_box.h"
@@ -33,6 +34,7 @@
 #include "morvel/curves/nurbs_curve.h"
 #include "morvel/curves/offset_curve.h"
 #include "morvel/curves/parametric_curve.h"
+#include "morvel/curves/polyline.h"
 #include "morvel/curves/spline_curve.h"
 
 #include "morvel/surfaces/analytic_surface.h"

@@ -10,10 +10,10 @@
 #include "morvel/curves/internal/curve_checks.h"
 #include "morvel/curves/internal/curve_extension.h"
 #include "morvel/curves/internal/derivative_order.h"
-#include "morvel/curves/internal/polyline.h"
 #include "morvel/curves/internal/spline_conversion.h"
 #include "morvel/curves/internal/spline_point.h"
 #include "morvel/curves/offset_curve.h"
+#include "morvel/curves/polyline.h"
 #include "morvel/foundation/bernstein.h"
 #include "morvel/foundation/status_line.h"
 
@@ -117,7 +117,7 @@ std::unique_ptr<Curve> BezierCurve::offset(double distance, const Vector3D& plan
 }
 
 std::vector<Point3D> BezierCurve::adaptiveTessellate(double tolerance) const {
-  return internal::adaptivePolyline(*this, kWholeInterval, getDegree(), tolerance);
+  return adaptivePolyline(*this, kWholeInterval, getDegree(), tolerance);
 }
 
 void BezierCurve::applyTransformToGeometry(const Transform3D& transform) {

@@ -10,9 +10,9 @@
 #include "morvel/curves/internal/curve_checks.h"
 #include "morvel/curves/internal/definition_point.h"
 #include "morvel/curves/internal/derivative_order.h"
-#include "morvel/curves/internal/polyline.h"
 #include "morvel/curves/internal/spline_point.h"
 #include "morvel/curves/offset_curve.h"
+#include "morvel/curves/polyline.h"
 #include "morvel/foundation/checked_count.h"
 #include "morvel/foundation/knot_vector.h"
 
@@ -173,7 +173,7 @@ std::unique_ptr<Curve> BSplineCurve::offset(double distance, const Vector3D& pla
 }
 
 std::vector<Point3D> BSplineCurve::adaptiveTessellate(double tolerance) const {
-  return internal::adaptivePolyline(*this, getBreaks(), getDegree(), tolerance);
+  return adaptivePolyline(*this, getBreaks(), getDegree(), tolerance);
 }
 
 void BSplineCurve::applyTransformToGeometry(const Transform3D& transform) {

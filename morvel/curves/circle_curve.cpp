@@ -9,6 +9,7 @@
 #include "morvel/curves/internal/derivative_order.h"
 #include "morvel/curves/nurbs_curve.h"
 #include "morvel/curves/offset_curve.h"
+#include "morvel/foundation/affine_maps.h"
 
 namespace trova::geometry {
 namespace {
@@ -129,7 +130,7 @@ std::unique_ptr<CircleCurve> CircleCurve::withAngles(double start, double end) c
 }
 
 std::unique_ptr<CircleCurve> CircleCurve::imageUnder(const Transform3D& transform) const {
-  internal::requireFiniteTransform(transform);
+  foundation::requireFinite(transform);
   const Vector3D u = transform.transform(startAxis_);
   const Vector3D v = transform.transform(secondAxis_);
   const double scale = u.magnitude();

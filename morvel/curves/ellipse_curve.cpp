@@ -9,9 +9,10 @@
 #include "morvel/curves/internal/curve_checks.h"
 #include "morvel/curves/internal/derivative_order.h"
 #include "morvel/curves/internal/ellipse_foot_points.h"
-#include "morvel/curves/internal/polyline.h"
 #include "morvel/curves/nurbs_curve.h"
 #include "morvel/curves/offset_curve.h"
+#include "morvel/curves/polyline.h"
+#include "morvel/foundation/affine_maps.h"
 
 namespace trova::geometry {
 namespace {
@@ -153,7 +154,7 @@ std::unique_ptr<EllipseCurve> EllipseCurve::withAngles(double start, double end)
 // The image is center' + cos(w) A + sin(w) B. It is an ellipse of this class where B lies along the
 // horizontal perpendicular of A; where it points backwards the angles change their sign instead.
 std::unique_ptr<EllipseCurve> EllipseCurve::imageUnder(const Transform3D& transform) const {
-  internal::requireFiniteTransform(transform);
+  foundation::requireFinite(transform);
   const Vector3D major = transform.transform(majorUnit_);
   const double scale = major.magnitude();
   if (!(scale > 0.0)) return nullptr;
@@ -214,8 +215,8 @@ std::unique_ptr<Curve> EllipseCurve::offset(double distance, const Vector3D& pla
 }
 
 std::vector<Point3D> EllipseCurve::adaptiveTessellate(double tolerance) const {
-  return internal::adaptivePolyline(*this, quarterBreaks(startAngle_, endAngle_),
-                                    kTessellationProbes, tolerance);
+  return adaptivePolyline(*this, quarterBreaks(startAngle_, endAngle_), kTessellationProbes,
+                          tolerance);
 }
 
 std::unique_ptr<NurbsCurve> EllipseCurve::toNurbs() const {

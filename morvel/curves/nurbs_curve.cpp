@@ -11,10 +11,10 @@
 #include "morvel/curves/internal/definition_point.h"
 #include "morvel/curves/internal/derivative_order.h"
 #include "morvel/curves/internal/extension_report.h"
-#include "morvel/curves/internal/polyline.h"
 #include "morvel/curves/internal/spline_conversion.h"
 #include "morvel/curves/internal/spline_point.h"
 #include "morvel/curves/offset_curve.h"
+#include "morvel/curves/polyline.h"
 #include "morvel/foundation/checked_count.h"
 #include "morvel/foundation/knot_vector.h"
 
@@ -147,7 +147,7 @@ std::unique_ptr<Curve> NurbsCurve::offset(double distance, const Vector3D& plane
 }
 
 std::vector<Point3D> NurbsCurve::adaptiveTessellate(double tolerance) const {
-  return internal::adaptivePolyline(*this, getBreaks(), getDegree(), tolerance);
+  return adaptivePolyline(*this, getBreaks(), getDegree(), tolerance);
 }
 
 void NurbsCurve::applyTransformToGeometry(const Transform3D& transform) {

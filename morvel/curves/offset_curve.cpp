@@ -10,8 +10,8 @@
 #include "morvel/curves/internal/curve_checks.h"
 #include "morvel/curves/internal/curve_joints.h"
 #include "morvel/curves/internal/derivative_order.h"
-#include "morvel/curves/internal/polyline.h"
-#include "morvel/curves/internal/similarity.h"
+#include "morvel/curves/polyline.h"
+#include "morvel/foundation/affine_maps.h"
 
 namespace trova::geometry {
 namespace {
@@ -156,7 +156,7 @@ double OffsetCurve::getClosestParameter(const Point3D& point) const {
 }
 
 std::unique_ptr<OffsetCurve> OffsetCurve::imageUnder(const Transform3D& transform) const {
-  const auto ratio = internal::similarityRatio(transform);
+  const auto ratio = foundation::similarityRatio(transform);
   if (!ratio) return nullptr;
   // Turned over by a reflection, as the cross product that it enters.
   const Vector3D normal = internal::cofactorImage(transform, planeNormal_) / (*ratio * *ratio);
@@ -164,7 +164,7 @@ std::unique_ptr<OffsetCurve> OffsetCurve::imageUnder(const Transform3D& transfor
 }
 
 std::unique_ptr<Curve> OffsetCurve::transform(const Transform3D& transform) const {
-  internal::requireFiniteTransform(transform);
+  foundation::requireFinite(transform);
   if (auto image = imageUnder(transform)) return image;
   const double stretch = transform.getMatrix().topLeftCorner<3, 3>().norm();
   const double tolerance = ToleranceContext().getCurveTolerance() / std::max(1.0, stretch);
@@ -208,7 +208,7 @@ std::unique_ptr<Curve> OffsetCurve::offset(double distance, const Vector3D& plan
 std::vector<Point3D> OffsetCurve::adaptiveTessellate(double tolerance) const {
   std::vector<double> breaks = internal::breaksOf(*this);
   if (direction() < 0.0) std::reverse(breaks.begin(), breaks.end());
-  return internal::adaptivePolyline(*this, breaks, kTessellationProbes, tolerance);
+  return adaptivePolyline(*this, breaks, kTessellationProbes, tolerance);
 }
 
 }  // namespace trova::geometry

@@ -17,7 +17,6 @@ constexpr double kCloseToX = 0.9;
 constexpr double kQuarter = 0.25;
 
 /// How far the images of perpendicular unit vectors may be off, relative to the scale.
-constexpr double kSimilarityTolerance = 1e-9;
 
 [[noreturn]] void refuse(const char* what, const char* fault) {
   throw std::invalid_argument(std::string(what) + fault);
@@ -62,11 +61,6 @@ const Point3D& requireFinite(const Point3D& point, const char* what) {
   return point;
 }
 
-void requireFinite(const Transform3D& matrix) {
-  if (!matrix.getMatrix().topRows<3>().allFinite())
-    throw std::invalid_argument("Transform must be finite");
-}
-
 AxisFrame AxisFrame::aboutAxis(const Point3D& origin, const Vector3D& axis) {
   const Vector3D z = requireDirection(axis, "Axis");
   const Vector3D side = std::abs(z.x()) < kCloseToX ? Vector3D::unitX() : Vector3D::unitY();
@@ -83,18 +77,8 @@ AxisFrame AxisFrame::transformed(const Transform3D& similarity) const {
   return {similarity.transform(origin), newX, isTurnedOver ? -newY : newY, newZ};
 }
 
-std::optional<double> similarityScale(const Transform3D& matrix) {
-  const Eigen::Matrix3d linear = matrix.getMatrix().topLeftCorner<3, 3>();
-  const double scale = linear.col(0).stableNorm();
-  if (!(scale > 0.0) || !matrix.getMatrix().topRows<3>().allFinite()) return std::nullopt;
-  const Eigen::Matrix3d unscaled = linear / scale;
-  const double error =
-      (unscaled.transpose() * unscaled - Eigen::Matrix3d::Identity()).cwiseAbs().maxCoeff();
-  return error <= kSimilarityTolerance ? std::optional(scale) : std::nullopt;
-}
-
 double requireSimilarity(const Transform3D& matrix) {
-  const std::optional<double> scale = similarityScale(matrix);
+  const std::optional<double> scale = foundation::similarityRatio(matrix);
   if (!scale) throw std::invalid_argument("Transform is not a similarity");
   return *scale;
 }

@@ -3,6 +3,7 @@
 #include <memory>
 #include <optional>
 
+#include "morvel/foundation/affine_maps.h"
 #include "morvel/surfaces/surface.h"
 
 namespace trova::geometry {
@@ -35,12 +36,10 @@ MORVEL_API double requireFinite(double value, const char* what);
 /// @throws std::invalid_argument where `point` is not finite; `what` opens the message
 MORVEL_API const Point3D& requireFinite(const Point3D& point, const char* what);
 
-/// The factor by which the matrix scales all lengths; nothing where it is no similarity (to 1e-9).
-MORVEL_API std::optional<double> similarityScale(const Transform3D& matrix);
+using foundation::requireFinite;
+/// The factor by which the matrix scales all lengths.
 /// @throws std::invalid_argument "Transform is not a similarity"
 MORVEL_API double requireSimilarity(const Transform3D& matrix);
-/// @throws std::invalid_argument "Transform must be finite"
-MORVEL_API void requireFinite(const Transform3D& matrix);
 /// The image of a surface under an affine map, as a B-spline surface within the default tolerance.
 /// @throws std::invalid_argument for a matrix that is not finite; ToNurbsException
 MORVEL_API std::unique_ptr<Surface> refitUnder(const Transform3D& matrix, const Surface& surface);

@@ -9,6 +9,7 @@
 #include "morvel/curves/curve2d.h"
 #include "morvel/curves/curve_rebuild.h"
 #include "morvel/curves/offset_curve.h"
+#include "morvel/curves/polyline.h"
 #include "morvel/surfaces/axis_frame.h"
 #include "morvel/surfaces/foot_point.h"
 #include "morvel/surfaces/nurbs_surface.h"
@@ -16,10 +17,9 @@
 namespace trova::geometry {
 namespace {
 
-constexpr int kStretches = 8;        // in which searches and polylines look at the curve first
-constexpr int kClosestSamples = 32;  // in each of them
-constexpr int kProbesPerChord = 7;
-constexpr int kMaxHalvings = 16;        // of a stretch
+constexpr int kStretches = 8;           // in which searches and polylines look at the curve first
+constexpr int kClosestSamples = 32;     // in each of them
+constexpr int kProbedDegree = 3;        // of a chord's stretch, where polylines are made
 constexpr double kBoxTolerance = 1e-3;  // of the box's diagonal
 constexpr int kBoxSamples = 65;
 constexpr double kPeriodicTolerance = 1e-6;  // of the derivative's length
@@ -82,33 +82,6 @@ Vector3D differencedSecond(const CurveOnSurface& curve, double t, int m) {
     binomial = binomial * (m - j) / (j + 1);
   }
   return sum / std::pow(step, m);
-}
-
-double distanceToChord(const Point3D& p, const Point3D& a, const Point3D& b) {
-  const Vector3D chord = b - a;
-  const double squared = chord.squaredMagnitude();
-  const double share = squared > 0.0 ? std::clamp((p - a).dot(chord) / squared, 0.0, 1.0) : 0.0;
-  return p.distanceTo(a + chord * share);
-}
-
-/// Appends the ends of chords from the last point to the point at `end`. A chord that is not a
-/// number counts as close enough.
-void addChords(const CurveOnSurface& curve, double start, double end, double tolerance,
-               int halvings, std::vector<Point3D>& points) {
-  const Point3D from = points.back();
-  const Point3D to = curve.evaluate(end);
-  bool isClose = true;
-  for (int k = 1; k <= kProbesPerChord && isClose; ++k) {
-    const double t = std::lerp(start, end, k / (kProbesPerChord + 1.0));
-    isClose = !(distanceToChord(curve.evaluate(t), from, to) > tolerance);
-  }
-  if (isClose || halvings == 0) {
-    points.push_back(to);
-    return;
-  }
-  const double middle = std::midpoint(start, end);
-  addChords(curve, start, middle, tolerance, halvings - 1, points);
-  addChords(curve, middle, end, tolerance, halvings - 1, points);
 }
 
 }  // namespace
@@ -244,12 +217,7 @@ std::unique_ptr<Curve> CurveOnSurface::offset(double distance, const Vector3D& p
 }
 
 std::vector<Point3D> CurveOnSurface::adaptiveTessellate(double tolerance) const {
-  if (!(tolerance > 0.0)) throw std::invalid_argument("Tessellation tolerance must be positive");
-  const std::vector<double> breaks = breaksOf(*curve_);
-  std::vector<Point3D> points{evaluate(breaks.front())};
-  for (std::size_t k = 1; k < breaks.size(); ++k)
-    addChords(*this, breaks[k - 1], breaks[k], tolerance, kMaxHalvings, points);
-  return points;
+  return adaptivePolyline(*this, breaksOf(*curve_), kProbedDegree, tolerance);
 }
 
 void CurveOnSurface::applyTransformToGeometry(const Transform3D& transform) {

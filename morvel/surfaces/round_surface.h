@@ -18,7 +18,7 @@ class MORVEL_API RoundSurface : public WindowedSurface<Derived, AnalyticSurface>
   /// other affine map a B-spline surface within the default tolerance, over the same parameters.
   /// @throws std::invalid_argument for a matrix that is not finite; ToNurbsException
   std::unique_ptr<Surface> transform(const Transform3D& matrix) const override {
-    if (!similarityScale(matrix)) return refitUnder(matrix, *this);
+    if (!foundation::similarityRatio(matrix)) return refitUnder(matrix, *this);
     auto copy = this->freshCopy();
     copy->applyTransformToGeometry(matrix);
     return copy;

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "morvel/curves/internal/curve_checks.h"
+#include "morvel/foundation/affine_maps.h"
 
 // What every class with control points does with them.
 
@@ -17,7 +18,7 @@ inline void requireIndex(int i, std::size_t count) {
 /// The images of the points.
 /// @throws std::invalid_argument, before any change, for a transform that is not finite
 inline std::vector<Point3D> transformed(std::vector<Point3D> points, const Transform3D& transform) {
-  requireFiniteTransform(transform);
+  foundation::requireFinite(transform);
   for (Point3D& point : points)
     point = transform.transform(point);
   return points;

@@ -50,9 +50,4 @@ inline void requireOffsetDistance(double distance) {
   if (!std::isfinite(distance)) throw std::invalid_argument("Offset distance must be finite");
 }
 
-inline void requireFiniteTransform(const Transform3D& transform) {
-  if (!transform.getMatrix().topRows<3>().allFinite())
-    throw std::invalid_argument("Transform must be finite");
-}
-
 }  // namespace trova::geometry::internal

@@ -1,10 +1,10 @@
-#include "morvel/curves/internal/polyline.h"
+#include "morvel/curves/polyline.h"
 
 #include <algorithm>
 
 #include "morvel/curves/internal/curve_checks.h"
 
-namespace trova::geometry::internal {
+namespace trova::geometry {
 namespace {
 
 // Halved this often, a stretch is down to the spacing of doubles.
@@ -77,8 +77,8 @@ double distanceToSegment(const Point3D& p, const Point3D& a, const Point3D& b) {
 
 std::vector<Point3D> adaptivePolyline(const Curve& curve, std::span<const double> breaks,
                                       int degree, double tolerance) {
-  requireChordTolerance(tolerance);
+  internal::requireChordTolerance(tolerance);
   return PolylineBuilder(curve, degree, tolerance).through(breaks);
 }
 
-}  // namespace trova::geometry::internal
+}  // namespace trova::geometry

@@ -5,10 +5,10 @@
 
 #include "morvel/curves/curve.h"
 
-namespace trova::geometry::internal {
+namespace trova::geometry {
 
 /// The distance of p from the segment a-b, which may be a point.
-double distanceToSegment(const Point3D& p, const Point3D& a, const Point3D& b);
+MORVEL_API double distanceToSegment(const Point3D& p, const Point3D& a, const Point3D& b);
 
 /// A polyline by recursive halving: every stretch between neighbouring breaks is halved until it is
 /// close to its chord, judged at 2 `degree` + 1 points at equal steps; a polynomial of that degree
@@ -17,7 +17,7 @@ double distanceToSegment(const Point3D& p, const Point3D& a, const Point3D& b);
 /// is. Ends on curves that are not finite.
 /// @param breaks  in the order in which the curve runs, ends included; where it is not smooth
 /// @throws std::invalid_argument unless tolerance > 0
-std::vector<Point3D> adaptivePolyline(const Curve& curve, std::span<const double> breaks,
-                                      int degree, double tolerance);
+MORVEL_API std::vector<Point3D> adaptivePolyline(const Curve& curve, std::span<const double> breaks,
+                                                 int degree, double tolerance);
 
-}  // namespace trova::geometry::internal
+}  // namespace trova::geometry
