@@ -17,7 +17,7 @@ set(consumer_build "${SCRATCH}/consumer")
 file(REMOVE_RECURSE "${SCRATCH}")
 file(MAKE_DIRECTORY "${SCRATCH}")
 
-step("${CMAKE_COMMAND}" --install "${BUILD}" --prefix "${prefix}")
+step("${CMAKE_COMMAND}" --install "${BUILD}" --prefix "${prefix}" OUTPUT_QUIET)
 
 file(GLOB_RECURSE private LIST_DIRECTORIES FALSE "${prefix}/include/morvel/*/internal/*")
 if(private)
