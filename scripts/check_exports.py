@@ -26,7 +26,7 @@ GLOBAL_NAME = re.compile(r"g_[a-z]\w*")
 OWN_SYMBOL = re.compile(
     r"(?:(?:vtable|VTT|typeinfo|typeinfo name|guard variable|construction vtable) for "
     r"|(?:non-virtual|virtual|covariant return) thunk to )?"
-    r"(?:trova|trova_internal|PythonSurfaceKernel|PythonNURBSSurface)\b"
+    r"(?:trova|trova_internal|CircularCurve2D|PythonSurfaceKernel|PythonNURBSSurface)\b"
     r"|.* trova_internal::get\w*As<"
 )
 

@@ -1,6 +1,7 @@
 # Installs the library into a fresh prefix, then builds and runs consumers that know only that
 # prefix: through find_package in C and C++, and in C through pkg-config.
-#   cmake -DBUILD=<build folder> -DSCRATCH=<folder> -DCONSUMER=<its sources> -DGENERATOR=...
+#   cmake -DBUILD=<build folder> -DSCRATCH=<folder> -DCONSUMER=<its sources>
+#         -DEXAMPLES=<folder> -DGENERATOR=...
 #         -DC_COMPILER=... -DCXX_COMPILER=... -DLIBDIR=<lib> -P check_package.cmake
 cmake_minimum_required(VERSION 3.25)
 
@@ -25,6 +26,7 @@ if(private)
 endif()
 
 step("${CMAKE_COMMAND}" -S "${CONSUMER}" -B "${consumer_build}" -G "${GENERATOR}"
+     "-DEXAMPLES=${EXAMPLES}"
      "-DCMAKE_PREFIX_PATH=${prefix}" "-DCMAKE_C_COMPILER=${C_COMPILER}"
      "-DCMAKE_CXX_COMPILER=${CXX_COMPILER}")
 step("${CMAKE_COMMAND}" --build "${consumer_build}")
