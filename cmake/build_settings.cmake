@@ -23,6 +23,8 @@ add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-fno-gnu-unique>)
 add_compile_options(-fno-semantic-interposition)
 
 add_compile_options(-Wall -Wextra -Wshadow -Wconversion -Wno-sign-conversion -Wpedantic)
+# A text cut to the size of its buffer is meant, and only the optimiser sees where it can happen.
+add_compile_options(-Wno-format-truncation)
 if(MORVEL_WERROR)
   add_compile_options(-Werror)
 endif()
