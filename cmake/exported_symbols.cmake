@@ -1,6 +1,7 @@
 # Writes the linker version script: the unmangled names of the two checked lists, the registry
-# globals and the symbols of this library's own namespaces and classes. Everything else stays inside,
-# above all the instances of standard templates, which another library could otherwise bind to.
+# globals and the symbols of the namespaces and classes in exported_scopes.txt. Everything else
+# stays inside, above all the instances of standard templates, which another library could
+# otherwise bind to.
 # In a version script `?` stands for the blank of a demangled name.
 function(morvel_write_version_script output)
   set(names "")
@@ -14,7 +15,10 @@ function(morvel_write_version_script output)
   endforeach()
 
   set(patterns "")
-  foreach(scope trova:: trova_internal:: CircularCurve2D PythonSurfaceKernel PythonNURBSSurface)
+  file(STRINGS "${PROJECT_SOURCE_DIR}/cmake/exported_scopes.txt" scopes REGEX "^[A-Za-z_]")
+  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS
+    "${PROJECT_SOURCE_DIR}/cmake/exported_scopes.txt")
+  foreach(scope IN LISTS scopes)
     if(scope MATCHES ":$")
       set(member "${scope}*")
       set(type "${scope}*")

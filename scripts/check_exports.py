@@ -3,8 +3,8 @@
 - `exported_functions.txt` and `exported_cpp_functions.txt` are sorted, without repeats, and disjoint;
 - the C headers declare exactly the functions of `exported_functions.txt`;
 - the unmangled functions that the library defines are exactly those of both lists;
-- its other symbols are registry globals and members of the library's own namespaces and classes: an
-  instance of a standard template that left the library could be bound to by another one.
+- its other symbols are registry globals and those of the scopes in `exported_scopes.txt`: an instance
+  of a standard template that left the library could be bound to by another one.
 """
 
 from __future__ import annotations
@@ -20,15 +20,11 @@ from exported_signatures import ROOT, HeaderError, exported_functions
 
 C_LIST = "morvel/api/exported_functions.txt"
 CPP_LIST = "morvel/api/exported_cpp_functions.txt"
+SCOPES = "cmake/exported_scopes.txt"
 
 FUNCTION_KINDS = "TWi"
 GLOBAL_NAME = re.compile(r"g_[a-z]\w*")
-OWN_SYMBOL = re.compile(
-    r"(?:(?:vtable|VTT|typeinfo|typeinfo name|guard variable|construction vtable) for "
-    r"|(?:non-virtual|virtual|covariant return) thunk to )?"
-    r"(?:trova|trova_internal|CircularCurve2D|PythonSurfaceKernel|PythonNURBSSurface)\b"
-    r"|.* trova_internal::get\w*As<"
-)
+LOOKUP_INSTANCE = re.compile(r".* trova_internal::get\w*As<")  # named with its result type first
 
 
 class Symbol(NamedTuple):
@@ -73,7 +69,17 @@ def demangled(names: list[str]) -> list[str]:
     return run.stdout.splitlines()
 
 
-def symbol_faults(symbols: list[Symbol], functions: set[str]) -> Iterator[str]:
+def own_symbol(scopes: list[str]) -> re.Pattern:
+    """What the demangled symbols of these namespaces and classes start with."""
+    names = "|".join(re.escape(scope.removesuffix("::")) for scope in scopes)
+    return re.compile(
+        r"(?:(?:vtable|VTT|typeinfo|typeinfo name|guard variable|construction vtable) for "
+        r"|(?:non-virtual|virtual|covariant return) thunk to )?"
+        rf"(?:{names})\b"
+    )
+
+
+def symbol_faults(symbols: list[Symbol], functions: set[str], own: re.Pattern) -> Iterator[str]:
     plain = [symbol for symbol in symbols if not symbol.name.startswith("_Z")]
     found = {symbol.name for symbol in plain if symbol.kind in FUNCTION_KINDS}
     yield from differences("the lists", functions, "the library", found)
@@ -82,7 +88,7 @@ def symbol_faults(symbols: list[Symbol], functions: set[str]) -> Iterator[str]:
             yield f"'{symbol.name}' ({symbol.kind}) leaves the library"
     mangled = [symbol.name for symbol in symbols if symbol.name.startswith("_Z")]
     for name in demangled(mangled):
-        if not OWN_SYMBOL.match(name):
+        if not own.match(name) and not LOOKUP_INSTANCE.match(name):
             yield f"'{name}' leaves the library"
 
 
@@ -96,7 +102,8 @@ def faults_of(root: Path, library: Path) -> Iterator[str]:
         yield f"'{name}' is in both lists"
     declared = {function.name for function in exported_functions(root)}
     yield from differences(C_LIST, set(c_names), "the C headers", declared)
-    yield from symbol_faults(symbols_of(library), set(c_names) | set(cpp_names))
+    own = own_symbol(read_list(root / SCOPES))
+    yield from symbol_faults(symbols_of(library), set(c_names) | set(cpp_names), own)
 
 
 def main() -> int:

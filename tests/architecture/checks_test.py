@@ -188,6 +188,7 @@ namespace trova { struct API Shape { virtual ~Shape(); }; Shape::~Shape() {} }
             {
                 "morvel/api/exported_functions.txt": functions,
                 "morvel/morvel.h": "\n".join(declarations),
+                "cmake/exported_scopes.txt": "# comment\ntrova::\n",
                 "lib.cpp": self.SOURCE + more,
             },
         )
