@@ -1,7 +1,7 @@
 #pragma once
 
-// morvel for C++: every public class, free function, store and lookup helper and registry global. The C
-// interface comes with it.
+// morvel for C++: every public class, free function, store and lookup helper and registry global.
+// The C interface comes with it.
 
 #include "morvel/morvel.h"
 
@@ -27,6 +27,7 @@
 #include "morvel/curves/circle_curve.h"
 #include "morvel/curves/curve.h"
 #include "morvel/curves/curve2d.h"
+#include "morvel/curves/curve_batch.h"
 #include "morvel/curves/curve_factory.h"
 #include "morvel/curves/curve_rebuild.h"
 #include "morvel/curves/ellipse_curve.h"
@@ -56,6 +57,7 @@
 #include "morvel/surfaces/sphere_surface.h"
 #include "morvel/surfaces/spline_surface.h"
 #include "morvel/surfaces/surface.h"
+#include "morvel/surfaces/surface_batch.h"
 #include "morvel/surfaces/surface_factory.h"
 #include "morvel/surfaces/surface_mesh.h"
 #include "morvel/surfaces/to_nurbs.h"

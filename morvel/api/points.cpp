@@ -2,6 +2,7 @@
 
 #include "morvel/api/c/registry.h"
 #include "morvel/api/exception_guard.h"
+#include "morvel/api/internal/listing.h"
 #include "morvel/api/internal/refusals.h"
 #include "morvel/api/internal/tables.h"
 #include "morvel/foundation/status_line.h"
@@ -45,6 +46,9 @@ int delete_point(int point) {
   status::success("Deleted point ", point);
   return kSuccess;
 }
+
+int get_point_count() { return pointTable().count(); }
+int get_all_points(int* out, int max) { return listHandles(__func__, pointTable(), out, max); }
 
 int clear_all_points() {
   const int removed = pointTable().clearAndRestart();

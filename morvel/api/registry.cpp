@@ -4,6 +4,7 @@
 
 #include "morvel/api/c/registry.h"
 #include "morvel/api/exception_guard.h"
+#include "morvel/api/internal/listing.h"
 #include "morvel/api/internal/refusals.h"
 #include "morvel/api/internal/tables.h"
 #include "morvel/foundation/status_line.h"
@@ -23,12 +24,6 @@ std::ostream& operator<<(std::ostream& out, SurfaceHandles) {
 }
 
 constexpr auto kPlain = status::Symbol::None;
-
-template <class Table>
-int listHandles(const char* function, const Table& table, int* out, int max) {
-  if (!out || max < 1) return refuseIn(function, "out must not be null and max at least 1");
-  return table.handles(out, max);
-}
 
 /// The new handle is judged before the old one. `tag` opens every line.
 template <class Table>

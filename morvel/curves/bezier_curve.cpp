@@ -9,6 +9,7 @@
 #include "morvel/curves/internal/control_points.h"
 #include "morvel/curves/internal/curve_checks.h"
 #include "morvel/curves/internal/curve_extension.h"
+#include "morvel/curves/internal/derivative_batch.h"
 #include "morvel/curves/internal/derivative_order.h"
 #include "morvel/curves/internal/spline_conversion.h"
 #include "morvel/curves/internal/spline_point.h"
@@ -58,21 +59,48 @@ Point3D BezierCurve::evaluate(double u) const {
 
 // The k-th derivative is p! / (p - k)! times the Bezier curve of the k-th differences of the
 // points.
-std::vector<Vector3D> BezierCurve::evaluateDerivatives(double u, int order) const {
-  std::vector<Vector3D> result = internal::zeroDerivatives(order);
+// `values` and `differences` have room for one entry per control point.
+template <class Write>
+void BezierCurve::derivativesAt(double u, int order, double* values, Point3D* differences,
+                                Write write) const {
   const int p = getDegree();
-  internal::BasisValues values(points_.size());
-  PointTable differences(points_.size());
-  std::copy(points_.begin(), points_.end(), differences.data());
+  std::copy(points_.begin(), points_.end(), differences);
   double factor = 1.0;
   for (int k = 0; k <= std::min(order, p); ++k) {
-    const Point3D sum = bernsteinSum(differences.data(), p - k, u, values.data());
-    result[k] = Vector3D(sum.eigen()) * factor;
+    const Point3D sum = bernsteinSum(differences, p - k, u, values);
+    write(k, Vector3D(sum.eigen()) * factor);
     for (int i = 0; i < p - k; ++i)
       differences[i] = Point3D((differences[i + 1] - differences[i]).eigen());
     factor *= p - k;
   }
+}
+
+std::vector<Vector3D> BezierCurve::evaluateDerivatives(double u, int order) const {
+  std::vector<Vector3D> result = internal::zeroDerivatives(order);
+  internal::BasisValues values(points_.size());
+  PointTable differences(points_.size());
+  derivativesAt(u, order, values.data(), differences.data(),
+                [&](int k, const Vector3D& derivative) { result[k] = derivative; });
   return result;
+}
+
+void BezierCurve::evaluateBatch(std::span<const double> t, int order, double* out) const {
+  internal::requireOrder(order);
+  internal::BasisValues values(points_.size());
+  PointTable differences(points_.size());
+  const std::ptrdiff_t width = internal::kDoublesPerVector * (std::ptrdiff_t(order) + 1);
+  for (const double u : t) {
+    if (order == 0) {
+      internal::writeTriple(bernsteinSum(points_.data(), getDegree(), u, values.data()), out);
+    } else {
+      std::fill_n(out, width, 0.0);
+      derivativesAt(u, order, values.data(), differences.data(),
+                    [&](int k, const Vector3D& derivative) {
+                      internal::writeTriple(derivative, out + internal::kDoublesPerVector * k);
+                    });
+    }
+    out += width;
+  }
 }
 
 double BezierCurve::getClosestParameter(const Point3D& point) const {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <span>
 #include <vector>
 
 #include "morvel/curves/parametric_curve.h"
@@ -43,10 +44,15 @@ class MORVEL_API BezierCurve : public ParametricCurve {
   std::vector<Point3D> getControlPoints() const override { return points_; }
   int getDegree() const override { return getControlPointCount() - 1; }
 
+  /// Many points at a time, as `evaluateCurveBatch` (curve_batch.h).
+  void evaluateBatch(std::span<const double> t, int order, double* out) const;
   /// The same curve on degree + times; times >= 0, the degree at most kMaxElevatedDegree.
   std::unique_ptr<BezierCurve> elevateDegree(int times) const;
 
  private:
+  template <class Write>
+  void derivativesAt(double u, int order, double* values, Point3D* differences, Write write) const;
+
   std::vector<Point3D> points_;
 };
 

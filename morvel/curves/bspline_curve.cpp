@@ -9,6 +9,7 @@
 #include "morvel/curves/internal/control_points.h"
 #include "morvel/curves/internal/curve_checks.h"
 #include "morvel/curves/internal/definition_point.h"
+#include "morvel/curves/internal/derivative_batch.h"
 #include "morvel/curves/internal/derivative_order.h"
 #include "morvel/curves/internal/spline_point.h"
 #include "morvel/curves/offset_curve.h"
@@ -18,11 +19,6 @@
 
 namespace trova::geometry {
 namespace {
-
-// Derivatives up to the third of a curve of degree 29 fit on the stack.
-constexpr std::size_t kStackDerivativeRows = 4;
-using BasisDerivatives =
-    foundation::ScratchBuffer<double, kStackDerivativeRows * internal::kStackValues>;
 
 // The local search for the closest parameter.
 constexpr int kMaxClosestIterations = 50;
@@ -96,6 +92,8 @@ std::vector<Vector3D> BSplineCurve::evaluateDerivatives(double u, int order) con
   return deBoorDerivatives(u, order);
 }
 
+// By contract: through the virtual span search and basis functions, which a derived class may have
+// of its own. `evaluateBatch` goes the direct way and gives the same bits.
 Point3D BSplineCurve::deBoor(double u) const {
   if (!isRegular(points_.size()))
     return Point3D(internal::definitionPoint(basis(), points_.data(), points_.size(), u, 0));
@@ -120,12 +118,34 @@ std::vector<Vector3D> BSplineCurve::deBoorDerivatives(double u, int order) const
   const std::size_t width = static_cast<std::size_t>(p) + 1;
   const std::size_t room = width * (static_cast<std::size_t>(highest) + 1);
   const int span = findKnotSpan(u);
-  BasisDerivatives values(room);
+  internal::BasisDerivatives values(room);
   evaluateBasisDerivatives(span, u, highest, {values.data(), room});
   for (int k = 0; k <= highest; ++k)
     result[k] = Vector3D(
         internal::combination(values.data() + k * width, points_.data() + (span - p), p + 1));
   return result;
+}
+
+void BSplineCurve::evaluateBatch(std::span<const double> t, int order, double* out) const {
+  if (!isRegular(points_.size())) return internal::evaluateOneByOne(*this, t, order, out);
+  internal::requireOrder(order);
+  const int highest = std::min(order, getDegree());
+  internal::BasisDerivatives table((static_cast<std::size_t>(getDegree()) + 1) *
+                                   (static_cast<std::size_t>(highest) + 1));
+  const std::ptrdiff_t width = internal::kDoublesPerVector * (std::ptrdiff_t(order) + 1);
+  for (const double u : t) {
+    if (order == 0) {
+      internal::writeTriple(internal::splinePoint(basis(), points_.data(), u, table.data()), out);
+    } else {
+      std::fill_n(out, width, 0.0);
+      internal::splineDerivatives(basis(), points_.data(), u, highest, table.data(),
+                                  [&](int k, const Eigen::Vector3d& derivative) {
+                                    internal::writeTriple(derivative,
+                                                          out + internal::kDoublesPerVector * k);
+                                  });
+    }
+    out += width;
+  }
 }
 
 BoundingBox BSplineCurve::getBoundingBox() const { return box_ ? *box_ : computeBoundingBox(); }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <optional>
+#include <span>
 #include <vector>
 
 #include "morvel/curves/spline_curve.h"
@@ -82,6 +83,8 @@ class MORVEL_API BSplineCurve : public SplineCurve {
   Point3D deBoor(double u) const;
   /// The same with the derivatives of the basis; zero vectors above the degree.
   std::vector<Vector3D> deBoorDerivatives(double u, int order) const;
+  /// Many points at a time, as `evaluateCurveBatch` (curve_batch.h).
+  void evaluateBatch(std::span<const double> t, int order, double* out) const;
   /// The box of the control points, computed anew.
   BoundingBox computeBoundingBox() const;
   /// Drops what was computed from the control points; every change of them does so.

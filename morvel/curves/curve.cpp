@@ -5,8 +5,8 @@
 #include <stdexcept>
 
 #include "morvel/curves/internal/curve_checks.h"
-#include "morvel/curves/polyline.h"
 #include "morvel/curves/internal/speed_integral.h"
+#include "morvel/curves/polyline.h"
 
 namespace trova::geometry {
 namespace {
@@ -72,8 +72,7 @@ std::vector<Point3D> pointsAtEqualSteps(const Curve& curve, int segments) {
 // Whether the polyline through every second point passes the others within the tolerance.
 bool coarserOneSuffices(const std::vector<Point3D>& points, double tolerance) {
   for (std::size_t i = 1; i + 1 < points.size(); i += 2) {
-    if (distanceToSegment(points[i], points[i - 1], points[i + 1]) > tolerance)
-      return false;
+    if (distanceToSegment(points[i], points[i - 1], points[i + 1]) > tolerance) return false;
   }
   return true;
 }

@@ -9,6 +9,7 @@
 #include "morvel/curves/internal/curve_checks.h"
 #include "morvel/curves/internal/curve_extension.h"
 #include "morvel/curves/internal/definition_point.h"
+#include "morvel/curves/internal/derivative_batch.h"
 #include "morvel/curves/internal/derivative_order.h"
 #include "morvel/curves/internal/extension_report.h"
 #include "morvel/curves/internal/spline_conversion.h"
@@ -21,10 +22,8 @@
 namespace trova::geometry {
 namespace {
 
-// Derivatives up to the third of a curve of degree 29 fit on the stack.
-constexpr std::size_t kStackDerivativeRows = 4;
-using BasisDerivatives =
-    foundation::ScratchBuffer<double, kStackDerivativeRows * internal::kStackValues>;
+using BinomialRow = foundation::ScratchBuffer<double, internal::kStackValues>;
+using HomogeneousRow = foundation::ScratchBuffer<HomogeneousPoint, internal::kStackValues>;
 
 // Weights closer than this are the same: the curve is polynomial.
 constexpr double kSameWeight = 1e-12;
@@ -40,20 +39,24 @@ Point3D projected(const HomogeneousPoint& h) {
   return Point3D(h.w() == 0.0 ? sum : Eigen::Vector3d(sum / h.w()));
 }
 
-// From the derivatives of the weighted sums, in place of them in `result`: C^(k) = (A^(k) - the sum
-// of (k over i) w^(i) C^(k - i)) / w. Above the degree the sums vanish.
-void divideByWeights(const std::vector<HomogeneousPoint>& sums, std::vector<Vector3D>& result) {
-  std::vector<double> binomials(result.size(), 0.0);  // row k of Pascal's triangle
-  for (std::size_t k = 0; k < result.size(); ++k) {
-    for (std::size_t i = k; i > 0; --i)
+// `count` vectors from the derivatives of the weighted sums: C^(k) = (A^(k) - the sum of (k over i)
+// w^(i) C^(k - i)) / w. Above `highest` the sums vanish. `binomials` has room for `count` values.
+void divideByWeights(const HomogeneousPoint* sums, int highest, int count, double* binomials,
+                     double* out) {
+  using Triple = Eigen::Map<Eigen::Vector3d>;
+  const auto at = [&](int k) {
+    return Triple(out + std::ptrdiff_t(internal::kDoublesPerVector) * k);
+  };
+  const double weight = sums[0].w();
+  for (int k = 0; k < count; ++k) {  // row k of Pascal's triangle
+    for (int i = k; i > 0; --i)
       binomials[i] = i == k ? 1.0 : binomials[i] + binomials[i - 1];
     binomials[0] = 1.0;
     Eigen::Vector3d value = Eigen::Vector3d::Zero();
-    if (k < sums.size()) value = sums[k].head<3>();
-    for (std::size_t i = 1; i <= k && i < sums.size(); ++i)
-      value -= binomials[i] * sums[i].w() * result[k - i].eigen();
-    const double weight = sums[0].w();
-    result[k] = Vector3D(weight == 0.0 ? value : Eigen::Vector3d(value / weight));
+    if (k <= highest) value = sums[k].head<3>();
+    for (int i = 1; i <= std::min(k, highest); ++i)
+      value -= binomials[i] * sums[i].w() * at(k - i);
+    at(k) = weight == 0.0 ? value : Eigen::Vector3d(value / weight);
   }
 }
 
@@ -92,37 +95,52 @@ Point3D NurbsCurve::evaluate(double u) const {
   const std::size_t count = homogeneous_.size();
   if (!isRegular(count))
     return projected(internal::definitionPoint(basis(), homogeneous_.data(), count, u, 0));
-  const int p = getDegree();
-  const int span = findKnotSpan(u);
-  internal::BasisValues values(static_cast<std::size_t>(p) + 1);
-  evaluateBasisFunctions(span, u, {values.data(), static_cast<std::size_t>(p) + 1});
-  return projected(internal::combination(values.data(), homogeneous_.data() + (span - p), p + 1));
+  internal::BasisValues values(static_cast<std::size_t>(getDegree()) + 1);
+  return projected(internal::splinePoint(basis(), homogeneous_.data(), u, values.data()));
 }
 
-std::vector<HomogeneousPoint> NurbsCurve::homogeneousDerivatives(double u, int order) const {
-  const int p = getDegree();
-  const int highest = std::max(0, std::min(order, p));
-  std::vector<HomogeneousPoint> sums(static_cast<std::size_t>(highest) + 1);
-  if (!isRegular(homogeneous_.size())) {
-    for (int k = 0; k <= highest; ++k)
-      sums[k] = internal::definitionPoint(basis(), homogeneous_.data(), homogeneous_.size(), u, k);
-    return sums;
+void NurbsCurve::homogeneousDerivatives(double u, int highest, double* table,
+                                        HomogeneousPoint* sums) const {
+  if (isRegular(homogeneous_.size())) {
+    internal::splineDerivatives(
+        basis(), homogeneous_.data(), u, highest, table,
+        [&](int k, const HomogeneousPoint& derivative) { sums[k] = derivative; });
+    return;
   }
-  const std::size_t width = static_cast<std::size_t>(p) + 1;
-  const std::size_t room = width * sums.size();
-  const int span = findKnotSpan(u);
-  BasisDerivatives values(room);
-  evaluateBasisDerivatives(span, u, highest, {values.data(), room});
-  const HomogeneousPoint* rows = homogeneous_.data() + (span - p);
   for (int k = 0; k <= highest; ++k)
-    sums[k] = internal::combination(values.data() + k * width, rows, p + 1);
-  return sums;
+    sums[k] = internal::definitionPoint(basis(), homogeneous_.data(), homogeneous_.size(), u, k);
 }
 
 std::vector<Vector3D> NurbsCurve::evaluateDerivatives(double u, int order) const {
   std::vector<Vector3D> result = internal::zeroDerivatives(order);
-  if (!result.empty()) divideByWeights(homogeneousDerivatives(u, order), result);
+  if (result.empty()) return result;
+  std::vector<double> values(result.size() * internal::kDoublesPerVector);
+  derivativesInto({&u, 1}, order, values.data());
+  for (std::size_t k = 0; k < result.size(); ++k)
+    result[k] = Vector3D(Eigen::Vector3d(values.data() + k * internal::kDoublesPerVector));
   return result;
+}
+
+void NurbsCurve::derivativesInto(std::span<const double> t, int order, double* out) const {
+  const int highest = highestDerivative(order);
+  const std::size_t rows = static_cast<std::size_t>(highest) + 1;
+  internal::BasisDerivatives table((static_cast<std::size_t>(std::max(0, getDegree())) + 1) * rows);
+  HomogeneousRow sums(rows);
+  BinomialRow binomials(static_cast<std::size_t>(order) + 1);
+  for (const double u : t) {
+    homogeneousDerivatives(u, highest, table.data(), sums.data());
+    divideByWeights(sums.data(), highest, order + 1, binomials.data(), out);
+    out += internal::kDoublesPerVector * (std::ptrdiff_t(order) + 1);
+  }
+}
+
+void NurbsCurve::evaluateBatch(std::span<const double> t, int order, double* out) const {
+  internal::requireOrder(order);
+  if (order > 0) return derivativesInto(t, order, out);
+  for (const double u : t) {
+    internal::writeTriple(evaluate(u), out);
+    out += internal::kDoublesPerVector;
+  }
 }
 
 double NurbsCurve::getClosestParameter(const Point3D& point) const {

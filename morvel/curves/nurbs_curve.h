@@ -1,6 +1,8 @@
 #pragma once
 
 #include <Eigen/Core>
+#include <algorithm>
+#include <span>
 #include <vector>
 
 #include "morvel/curves/spline_curve.h"
@@ -50,6 +52,8 @@ class MORVEL_API NurbsCurve : public SplineCurve {
   /// (w x, w y, w z, w) per control point.
   const std::vector<HomogeneousPoint>& getHomogeneousPoints() const { return homogeneous_; }
 
+  /// Many points at a time, as `evaluateCurveBatch` (curve_batch.h).
+  void evaluateBatch(std::span<const double> t, int order, double* out) const;
   double getWeight(int i) const;
   const std::vector<double>& getWeights() const { return weights_; }
   /// Any weight differs from the others by more than 1e-12.
@@ -64,7 +68,9 @@ class MORVEL_API NurbsCurve : public SplineCurve {
 
  private:
   void updateHomogeneousPoints();
-  std::vector<HomogeneousPoint> homogeneousDerivatives(double u, int order) const;
+  int highestDerivative(int order) const { return std::max(0, std::min(order, getDegree())); }
+  void homogeneousDerivatives(double u, int highest, double* table, HomogeneousPoint* sums) const;
+  void derivativesInto(std::span<const double> t, int order, double* out) const;
 
   std::vector<Point3D> points_;
   std::vector<double> weights_;

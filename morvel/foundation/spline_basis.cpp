@@ -16,10 +16,15 @@ constexpr int kMaxTabulatedDegree = 5;
 // then off by one at most.
 constexpr double kEvenSpacingShare = 0.25;
 
-constexpr std::size_t kStackTriangle = (kMaxStackDegree + 1) * (kMaxStackDegree + 2) / 2;
-
 // Where the values of a degree stand in a packed triangle, behind those of all lower degrees.
-std::size_t triangleOffset(std::size_t degree) { return degree * (degree + 1) / 2; }
+constexpr std::size_t triangleOffset(std::size_t degree) { return degree * (degree + 1) / 2; }
+
+// Room for a triangle: no more than it takes where the degree is a constant.
+template <class Degree>
+struct TriangleRoom : std::integral_constant<std::size_t, triangleOffset(kMaxStackDegree + 1)> {};
+template <int Degree>
+struct TriangleRoom<std::integral_constant<int, Degree>>
+    : std::integral_constant<std::size_t, triangleOffset(Degree + 1)> {};
 
 // Calls `evaluate` with the degree, as a constant where reciprocals are kept.
 template <class Evaluate>
@@ -53,6 +58,7 @@ SplineBasis::SplineBasis(int degree, std::vector<double> knots)
   findEndSpans();
   detectEvenSpacing();
   if (degree_ <= kMaxTabulatedDegree) tabulateReciprocals();
+  if (degree_ == kCubicDegree) tabulateCubicPieces();
 }
 
 SplineBasis SplineBasis::clampedUniform(int count, int degree) {
@@ -96,6 +102,18 @@ void SplineBasis::tabulateReciprocals() {
   }
 }
 
+void SplineBasis::tabulateCubicPieces() {
+  cubicPieces_.resize(std::size_t(count_) - kCubicDegree);
+  for (int k = kCubicDegree; k < count_; ++k) {
+    CubicPiece& piece = cubicPieces_[k - kCubicDegree];
+    std::copy_n(knots_.begin() + (k - 2), piece.knots.size(), piece.knots.begin());
+    auto next = piece.reciprocals.begin();
+    for (int level = 1; level <= kCubicDegree; ++level)
+      for (int i = k + 1 - level; i <= k; ++i)
+        *next++ = reciprocalOrZero(knots_[i + level] - knots_[i]);
+  }
+}
+
 int SplineBasis::searchedSpan(double u) const {
   const auto first = knots_.begin();
   return int(std::upper_bound(first + degree_ + 1, first + count_, u) - first) - 1;
@@ -117,18 +135,28 @@ bool SplineBasis::valuesAtEnds(double u, double* out) const {
 
 void SplineBasis::valuesOfAnyDegree(double u, int span, double* out) const {
   if (valuesAtEnds(u, out)) return;
-  withDegree(degree_, [&](auto p) { valuesBy(p, u, span, out); });
+  if (degree_ == kCubicDegree)
+    cubicRows<0>(cubicPiece(span), u, out);
+  else
+    withDegree(degree_, [&](auto p) { valuesBy(p, u, span, out); });
 }
 
 void SplineBasis::derivatives(double u, int span, int order, double* out) const {
-  withDegree(degree_, [&](auto p) { derivativesBy(p, u, span, order, out); });
+  if (degree_ == kCubicDegree && order == 0)
+    cubicRows<0>(cubicPiece(span), u, out);
+  else if (degree_ == kCubicDegree && order == 1)
+    cubicRows<1>(cubicPiece(span), u, out);
+  else if (degree_ == kCubicDegree && order == 2)
+    cubicRows<2>(cubicPiece(span), u, out);
+  else
+    withDegree(degree_, [&](auto p) { derivativesBy(p, u, span, order, out); });
   valuesAtEnds(u, out);
 }
 
 // Order k: the values of degree p - k, differenced k times on the way up to degree p.
 template <class Degree>
 void SplineBasis::derivativesBy(Degree p, double u, int span, int order, double* out) const {
-  ScratchBuffer<double, kStackTriangle> triangle(triangleOffset(std::size_t(p) + 1));
+  ScratchBuffer<double, TriangleRoom<Degree>::value> triangle(triangleOffset(std::size_t(p) + 1));
   triangle[0] = 1.0;
   forEachLevel(p, [&](auto level) {
     const double* below = triangle.data() + triangleOffset(level - 1);

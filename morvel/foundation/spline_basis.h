@@ -1,12 +1,14 @@
 #pragma once
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <limits>
 #include <type_traits>
 #include <utility>
 #include <vector>
 
+#include "morvel/foundation/cubic_basis.h"
 #include "morvel/foundation/export.h"
 #include "morvel/foundation/tolerances.h"
 
@@ -48,6 +50,14 @@ class MORVEL_API SplineBasis {
   /// out[j * (p + 1) + r] = j-th derivative of N(span - p + r), j = 0 .. order; row 0 as `values`.
   void derivatives(double u, int span, int order, double* out) const;
 
+  /// Further than 1e-12 from both end knots; there `cubicRows` on the piece gives the same bits as
+  /// `values` and `derivatives`.
+  bool isInside(double u) const {
+    return u - knots_.front() >= kKnotTolerance && knots_.back() - u >= kKnotTolerance;
+  }
+  /// The knots and reciprocals around a span; of degree 3 only.
+  const CubicPiece& cubicPiece(int span) const { return cubicPieces_[span - kCubicDegree]; }
+
  private:
   // The shared inner functions take degree and level as int, or as a constant that lets the
   // compiler unroll: one source, one sequence of operations, the same bits.
@@ -76,10 +86,8 @@ class MORVEL_API SplineBasis {
   void findEndSpans();
   void detectEvenSpacing();
   void tabulateReciprocals();
+  void tabulateCubicPieces();
 
-  bool isInside(double u) const {
-    return u - knots_.front() >= kKnotTolerance && knots_.back() - u >= kKnotTolerance;
-  }
   int searchedSpan(double u) const;
   int neighbourSpan(double u, int guess) const;
   bool valuesAtEnds(double u, double* out) const;
@@ -95,6 +103,7 @@ class MORVEL_API SplineBasis {
   double spansPerUnit_ = 0.0;  // 0 where the knots are not evenly spaced
   std::vector<double> knots_;
   std::vector<double> reciprocals_;  // [i p + d - 1] of U[i + d] - U[i]; empty for a high degree
+  std::vector<CubicPiece> cubicPieces_;  // [span - 3]; of degree 3 only
 };
 
 inline int SplineBasis::span(double u) const {
@@ -109,9 +118,8 @@ inline int SplineBasis::span(double u) const {
 }
 
 inline void SplineBasis::values(double u, int span, double* out) const {
-  using Cubic = Constant<3>;
-  if (degree_ == Cubic::value && isInside(u))
-    valuesBy(Cubic{}, u, span, out);
+  if (degree_ == kCubicDegree && isInside(u))
+    cubicRows<0>(cubicPiece(span), u, out);
   else
     valuesOfAnyDegree(u, span, out);
 }

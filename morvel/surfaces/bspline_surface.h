@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <span>
 #include <utility>
 #include <vector>
 
@@ -77,6 +78,15 @@ class MORVEL_API BSplineSurface : public SplineSurface {
   /// Exact on the stored knots. @throws as foundation::nurbs::elevated
   std::unique_ptr<Surface> elevateUDegree(int times) const override;
   std::unique_ptr<Surface> elevateVDegree(int times) const override;
+
+  /// Many points at a time, in the layout of surface_batch.h, with the bits of
+  /// `evaluateDerivatives`.
+  void evaluateBatch(std::span<const double> uv, int order, double* out) const;
+  void evaluateGrid(std::span<const double> u, std::span<const double> v, int order,
+                    double* out) const;
+  /// The surface on the *stored* knots, at parameters in their units, clamped to their range.
+  /// @throws std::invalid_argument where net or knots do not define it
+  void evaluateExactBatch(std::span<const double> uv, int order, double* out) const;
 
   /// The patch that adjoins a side, alone; the receiver is not joined to it (`mergeSurfaces` does
   /// that). Null unless distance > 0, side is 0 .. 3 (SurfaceSide), type 0 .. 2 (SurfaceExtension),

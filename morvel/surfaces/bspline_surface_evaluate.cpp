@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <stdexcept>
 
 #include "morvel/foundation/knot_vector.h"
 #include "morvel/foundation/nurbs_basis.h"
@@ -8,6 +9,7 @@
 #include "morvel/surfaces/bspline_surface.h"
 #include "morvel/surfaces/foot_point.h"
 #include "morvel/surfaces/grid_sampling.h"
+#include "morvel/surfaces/internal/batch_results.h"
 #include "morvel/surfaces/internal/full_sum.h"
 #include "morvel/surfaces/internal/tensor_evaluate.h"
 #include "morvel/surfaces/internal/unit_normal.h"
@@ -100,6 +102,56 @@ SurfaceEvaluation BSplineSurface::evaluateDerivatives(double u, double v, int or
   at.Suv = vectorAt(results, 4);
   at.Svv = vectorAt(results, 5);
   return at;
+}
+
+void BSplineSurface::evaluateBatch(std::span<const double> uv, int order, double* out) const {
+  internal::withConstantOrder(order, [&](auto known) {
+    constexpr int kOrder = decltype(known)::value;
+    double results[kDim * internal::derivativeCount(kOrder)];
+    for (std::size_t k = 0; k + 1 < uv.size(); k += 2, out += batchWidth(kOrder)) {
+      evaluateInto<kOrder>(uv[k], uv[k + 1], results);
+      internal::writeResults<kOrder>(results, out);
+    }
+  });
+}
+
+void BSplineSurface::evaluateGrid(std::span<const double> u, std::span<const double> v, int order,
+                                  double* out) const {
+  const bool areNumbers = internal::areNumbers(u) && internal::areNumbers(v);
+  internal::withConstantOrder(order, [&](auto known) {
+    constexpr int kOrder = decltype(known)::value;
+    if (!usesLocalSupport() || !areNumbers) {
+      for (const double s : u) {
+        for (const double t : v) {
+          double results[kDim * internal::derivativeCount(kOrder)];
+          evaluateInto<kOrder>(s, t, results);
+          internal::writeResults<kOrder>(results, out);
+          out += batchWidth(kOrder);
+        }
+      }
+      return;
+    }
+    internal::tensorGrid<kDim, kOrder>(
+        controlNet().data(), uniformU(), uniformV(), internal::clampedToUnit(u),
+        internal::clampedToUnit(v), [&](std::size_t a, std::size_t b, const double* results) {
+          internal::writeResults<kOrder>(results, out + (a * v.size() + b) * batchWidth(kOrder));
+        });
+  });
+}
+
+void BSplineSurface::evaluateExactBatch(std::span<const double> uv, int order, double* out) const {
+  requireStoredBases();
+  if (!netIsFinite()) throw std::invalid_argument("Control points must be finite");
+  internal::withConstantOrder(order, [&](auto known) {
+    constexpr int kOrder = decltype(known)::value;
+    double results[kDim * internal::derivativeCount(kOrder)];
+    for (std::size_t k = 0; k + 1 < uv.size(); k += 2, out += batchWidth(kOrder)) {
+      internal::tensorPoint<kDim, kOrder>(controlNet().data(), storedU(), storedV(),
+                                          internal::clampedToRange(storedU(), uv[k]),
+                                          internal::clampedToRange(storedV(), uv[k + 1]), results);
+      internal::writeResults<kOrder>(results, out);
+    }
+  });
 }
 
 SurfaceMesh BSplineSurface::tessellateUniform(int uCount, int vCount) const {

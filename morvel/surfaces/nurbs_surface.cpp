@@ -10,6 +10,7 @@
 #include "morvel/surfaces/bspline_surface.h"
 #include "morvel/surfaces/foot_point.h"
 #include "morvel/surfaces/grid_sampling.h"
+#include "morvel/surfaces/internal/batch_results.h"
 #include "morvel/surfaces/internal/full_sum.h"
 #include "morvel/surfaces/internal/tensor_evaluate.h"
 #include "morvel/surfaces/internal/unit_normal.h"
@@ -50,6 +51,39 @@ Vector3D firstDerivative(const Weighted& dA, const Vector3D& S, double w) {
 Vector3D secondDerivative(const Weighted& dA, double wa, const Vector3D& Sb, double wb,
                           const Vector3D& Sa, const Vector3D& S, double w) {
   return (dA.A - wa * Sb - wb * Sa - dA.w * S) / w;
+}
+
+// The quotient rule on the results of `tensorPoint` with Dim = 4.
+SurfaceEvaluation rationalResults(const double* sums, int order) {
+  SurfaceEvaluation at;
+  at.point = projected(sums);
+  if (order == 0) return at;
+  const double w = sums[3];
+  if (!(w > kMinDenominator)) {
+    at.normal = Vector3D::unitZ();
+    return at;
+  }
+  const Vector3D S = at.point - Point3D::origin();
+  const Weighted du = weightedAt(sums, 1);
+  const Weighted dv = weightedAt(sums, 2);
+  at.Su = firstDerivative(du, S, w);
+  at.Sv = firstDerivative(dv, S, w);
+  at.normal = internal::evaluationNormal(at.Su, at.Sv);
+  if (order == 1) return at;
+  at.Suu = secondDerivative(weightedAt(sums, 3), du.w, at.Su, du.w, at.Su, S, w);
+  at.Suv = secondDerivative(weightedAt(sums, 4), du.w, at.Sv, dv.w, at.Su, S, w);
+  at.Svv = secondDerivative(weightedAt(sums, 5), dv.w, at.Sv, dv.w, at.Sv, S, w);
+  return at;
+}
+
+// By contract: a placeholder whatever the order; only the point is true.
+SurfaceEvaluation placeholderAt(const Point3D& point) {
+  SurfaceEvaluation at;
+  at.point = point;
+  at.Su = Vector3D::unitX();
+  at.Sv = Vector3D::unitY();
+  at.normal = Vector3D::unitZ();
+  return at;
 }
 
 bool isPositive(double weight) { return std::isfinite(weight) && weight > 0; }
@@ -133,6 +167,11 @@ void NurbsSurface::rebuildHomogeneous() {
                                      [](double value) { return std::isfinite(value); });
 }
 
+bool NurbsSurface::usesLocalSupport() const {
+  return homogeneousIsFinite_ && !homogeneous_.empty() && uniformU().isUsable() &&
+         uniformV().isUsable();
+}
+
 // The results of `tensorPoint` with Dim = 4; all zero for weights that do not fit the net. At a
 // parameter that is not a number the vectors are not numbers, over a denominator of 1.
 void NurbsSurface::homogeneousAt(double u, double v, int order, double* sums) const {
@@ -145,7 +184,7 @@ void NurbsSurface::homogeneousAt(double u, double v, int order, double* sums) co
   u = internal::clampedToUnit(u);
   v = internal::clampedToUnit(v);
   const double* net = homogeneous_.data();
-  if (!homogeneousIsFinite_ || !uniformU().isUsable() || !uniformV().isUsable())
+  if (!usesLocalSupport())
     internal::fullSum(net, kDim, {controlNet().uCount(), getUDegree()},
                       {controlNet().vCount(), getVDegree()}, u, v, order, sums);
   else if (order == 0)
@@ -166,35 +205,55 @@ SurfaceEvaluation NurbsSurface::evaluateRationalDerivatives(double u, double v, 
   order = std::clamp(order, 0, kMaxOrder);
   double sums[kDim * internal::derivativeCount(kMaxOrder)];
   homogeneousAt(u, v, order, sums);
-  SurfaceEvaluation at;
-  at.point = projected(sums);
-  if (order == 0) return at;
-  const double w = sums[3];
-  if (!(w > kMinDenominator)) {
-    at.normal = Vector3D::unitZ();
-    return at;
-  }
-  const Vector3D S = at.point - Point3D::origin();
-  const Weighted du = weightedAt(sums, 1);
-  const Weighted dv = weightedAt(sums, 2);
-  at.Su = firstDerivative(du, S, w);
-  at.Sv = firstDerivative(dv, S, w);
-  at.normal = internal::evaluationNormal(at.Su, at.Sv);
-  if (order == 1) return at;
-  at.Suu = secondDerivative(weightedAt(sums, 3), du.w, at.Su, du.w, at.Su, S, w);
-  at.Suv = secondDerivative(weightedAt(sums, 4), du.w, at.Sv, dv.w, at.Su, S, w);
-  at.Svv = secondDerivative(weightedAt(sums, 5), dv.w, at.Sv, dv.w, at.Sv, S, w);
-  return at;
+  return rationalResults(sums, order);
 }
 
-// By contract: a placeholder whatever the order; only the point is true.
 SurfaceEvaluation NurbsSurface::evaluateDerivatives(double u, double v, int) const {
-  SurfaceEvaluation at;
-  at.point = evaluate(u, v);
-  at.Su = Vector3D::unitX();
-  at.Sv = Vector3D::unitY();
-  at.normal = Vector3D::unitZ();
-  return at;
+  return placeholderAt(evaluate(u, v));
+}
+
+void NurbsSurface::evaluateBatch(std::span<const double> uv, int order, double* out) const {
+  internal::withConstantOrder(order, [&](auto known) {
+    for (std::size_t k = 0; k + 1 < uv.size(); k += 2, out += batchWidth(known))
+      internal::writeEvaluation(placeholderAt(evaluateRational(uv[k], uv[k + 1])), known, out);
+  });
+}
+
+void NurbsSurface::evaluateGrid(std::span<const double> u, std::span<const double> v, int order,
+                                double* out) const {
+  const bool areNumbers = internal::areNumbers(u) && internal::areNumbers(v);
+  const auto write = [&](std::size_t a, std::size_t b, const Point3D& point) {
+    internal::writeEvaluation(placeholderAt(point), order,
+                              out + (a * v.size() + b) * batchWidth(order));
+  };
+  internal::withConstantOrder(order, [](auto) {});
+  if (usesLocalSupport() && areNumbers) {
+    internal::tensorGrid<kDim, 0>(
+        homogeneous_.data(), uniformU(), uniformV(), internal::clampedToUnit(u),
+        internal::clampedToUnit(v),
+        [&](int a, int b, const double* sums) { write(a, b, projected(sums)); });
+    return;
+  }
+  for (std::size_t a = 0; a < u.size(); ++a) {
+    for (std::size_t b = 0; b < v.size(); ++b)
+      write(a, b, evaluateRational(u[a], v[b]));
+  }
+}
+
+void NurbsSurface::evaluateExactBatch(std::span<const double> uv, int order, double* out) const {
+  requireStoredBases();
+  if (homogeneous_.empty() || !homogeneousIsFinite_)
+    throw std::invalid_argument("Weights must fit the control net, and both be finite");
+  internal::withConstantOrder(order, [&](auto known) {
+    constexpr int kOrder = decltype(known)::value;
+    double sums[kDim * internal::derivativeCount(kOrder)];
+    for (std::size_t k = 0; k + 1 < uv.size(); k += 2, out += batchWidth(kOrder)) {
+      internal::tensorPoint<kDim, kOrder>(homogeneous_.data(), storedU(), storedV(),
+                                          internal::clampedToRange(storedU(), uv[k]),
+                                          internal::clampedToRange(storedV(), uv[k + 1]), sums);
+      internal::writeEvaluation(rationalResults(sums, kOrder), kOrder, out);
+    }
+  });
 }
 
 std::pair<double, double> NurbsSurface::getClosestParameter(const Point3D& point) const {
@@ -207,9 +266,7 @@ std::pair<double, double> NurbsSurface::getClosestParameter(const Point3D& point
 }
 
 SurfaceMesh NurbsSurface::tessellateUniform(int uCount, int vCount) const {
-  if (!homogeneousIsFinite_ || homogeneous_.empty() || !uniformU().isUsable() ||
-      !uniformV().isUsable())
-    return Surface::tessellateUniform(uCount, vCount);
+  if (!usesLocalSupport()) return Surface::tessellateUniform(uCount, vCount);
   SurfaceMesh mesh = gridMesh(uCount, vCount);
   const std::vector<double> us = gridParameters(0.0, 1.0, uCount);
   const std::vector<double> vs = gridParameters(0.0, 1.0, vCount);

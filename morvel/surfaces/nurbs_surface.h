@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <span>
 #include <vector>
 
 #include "morvel/surfaces/spline_surface.h"
@@ -83,10 +84,21 @@ class MORVEL_API NurbsSurface : public SplineSurface {
   /// not above 1e-12, with the normal (0, 0, 1) from order 1 on.
   SurfaceEvaluation evaluateRationalDerivatives(double u, double v, int order) const;
 
+  /// Many points at a time, in the layout of surface_batch.h, with the bits of
+  /// `evaluateDerivatives`.
+  void evaluateBatch(std::span<const double> uv, int order, double* out) const;
+  void evaluateGrid(std::span<const double> u, std::span<const double> v, int order,
+                    double* out) const;
+  /// The rational surface, with true derivatives and normals, on the *stored* knots, at parameters
+  /// in their units, clamped to their range.
+  /// @throws std::invalid_argument where net or knots do not define it
+  void evaluateExactBatch(std::span<const double> uv, int order, double* out) const;
+
  private:
   std::unique_ptr<NurbsSurface> unchangedCopy() const;
   std::unique_ptr<NurbsSurface> reversed(bool isU) const;
   bool weightsFitNet() const;
+  bool usesLocalSupport() const;
   void rebuildHomogeneous();
   void homogeneousAt(double u, double v, int order, double* sums) const;
 

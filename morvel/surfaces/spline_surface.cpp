@@ -93,6 +93,12 @@ void SplineSurface::evaluateVBasisDerivatives(int span, double v, int order,
   basisDerivatives(storedV_, span, v, order, values);
 }
 
+void SplineSurface::requireStoredBases() const {
+  const bool fit = storedU_.isUsable() && storedU_.count() == controlNet().uCount() &&
+                   storedV_.isUsable() && storedV_.count() == controlNet().vCount();
+  if (!fit) throw std::invalid_argument("Stored knots do not fit the control net");
+}
+
 bool SplineSurface::hasValidShape() const {
   return !controlNet().isEmpty() && fits(controlNet().uCount(), degreeU_, getUKnotVector()) &&
          fits(controlNet().vCount(), degreeV_, getVKnotVector());

@@ -51,6 +51,8 @@ class MORVEL_API SplineSurface : public ParametricSurface {
 
   /// Counts, degrees and knots fit together.
   bool hasValidShape() const;
+  /// @throws std::invalid_argument unless the stored knots can be evaluated on this net
+  void requireStoredBases() const;
   /// The clamped uniform bases over [0, 1] on which the surface is evaluated.
   const foundation::nurbs::SplineBasis& uniformU() const { return uniformU_; }
   const foundation::nurbs::SplineBasis& uniformV() const { return uniformV_; }

@@ -34,6 +34,9 @@ class SurfaceData(ctypes.Structure):
     ]
 
 
+#: The host's function for lines; whoever hands one over keeps it alive.
+LogCallback = ctypes.CFUNCTYPE(None, ctypes.c_int, ctypes.c_char_p, ctypes.c_void_p)
+
 _VALUES: Dict[str, Any] = {
     "void": None,
     "int": ctypes.c_int,
@@ -42,6 +45,7 @@ _VALUES: Dict[str, Any] = {
     "MorvelPoint3D": Point,
     "const char*": ctypes.c_char_p,
     "MorvelSurfaceData*": ctypes.POINTER(SurfaceData),
+    "MorvelLogCallback": LogCallback,
 }
 
 

@@ -17,7 +17,7 @@ import sys
 import time
 from typing import Any, Dict, List, Optional
 
-from morvel._library import functions
+from morvel._library import LogCallback, functions
 from morvel._signatures import SIGNATURES
 
 INT_MAX = 2**31 - 1
@@ -30,7 +30,10 @@ GUARD_BYTES = 64
 SENTINEL = 7.25
 MOST_ELEMENTS = 300_000  # what a buffer is given; a claim of more is a lie that must be refused
 SECONDS_A_CALL = 20.0
+MOST_SEARCHED = 600  # a search for a closest point takes long, and each is one call's work
 RECORD = "MorvelSurfaceData*"
+CALLBACKS = [LogCallback(), LogCallback(lambda _level, _line, _user: None)]
+ROOM = ("capacity", "max", "size")  # in a length: room, of which the function uses what it needs
 UNCHECKED = ("foundation_",)  # they check no values, as their header says
 CLEARING = ("clear_", "cleanup_", "delete_", "replace_", "initialize_")
 ELEMENT = {"double": ctypes.c_double, "int": ctypes.c_int, "char": ctypes.c_char}
@@ -74,12 +77,18 @@ class World:
         f = functions
         for clear in ("clear_all_curves", "cleanup_all_surfaces", "clear_all_points"):
             f[clear]()
+        for handle in self.handles.get("curveonsurface", []):
+            f["delete_curve_on_surface"](handle)
         f["initialize_kernel"]()
         net = (ctypes.c_double * 48)(*[c for i in range(4) for j in range(4) for c in (i, j, i * j % 3)])
         bend = (ctypes.c_double * 15)(0, 0, 0, 1, 2, 0, 2, -1, 1, 3, 1, 0, 4, 0, 0)
         knots = (ctypes.c_double * 8)(0, 0, 0, 0, 1, 1, 1, 1)
         weights = (ctypes.c_double * 4)(1, 2, 1, 0.5)
-        at = [ctypes.addressof(a) for a in (net, bend, knots, weights)]
+        net_weights = (ctypes.c_double * 16)(*[1 + 0.1 * k for k in range(16)])
+        plane_curve = (ctypes.c_double * 8)(0.1, 0.2, 0.4, 0.9, 0.7, 0.3, 0.9, 0.9)
+        at = [
+            ctypes.addressof(a) for a in (net, bend, knots, weights, net_weights, plane_curve)
+        ]
         vectors = (ctypes.c_double * 9)(0, 0, 0, 1, 0, 0, 0, 0, 1)
         origin = ctypes.addressof(vectors)
         curves = [
@@ -104,12 +113,20 @@ class World:
             f["create_surface_loft"]((ctypes.c_int * 3)(*curves[2:5]), 3, 2),
             f["create_surface_sweep"](curves[1], curves[4]),
             f["create_surface_pipe"](curves[4], 0.2),
+            f["create_surface_nurbs"](at[0], 4, 4, at[4], at[2], 8, at[2], 8, 3, 3),
         ]
+        on_surfaces = [f["create_curve_on_surface"](surface, at[5], 4, 2) for surface in surfaces]
         points = [f["create_point"](1, 2, 3)]
         kernel = [f["create_nurbs_surface"](at[0], 4, 4, at[2], 8, at[2], 8, 3, 3)]
-        made = curves + surfaces + points + kernel
+        made = curves + surfaces + points + kernel + on_surfaces
         assert min(made) > 0, f"the world could not be built: {made}"
-        self.handles = {"curve": curves, "surface": surfaces, "point": points, "id": kernel}
+        self.handles = {
+            "curveonsurface": on_surfaces,
+            "curve": curves,
+            "surface": surfaces,
+            "point": points,
+            "id": kernel,
+        }
 
     def counts(self) -> List[int]:
         names = ("get_curve_count", "get_surfaces_count", "get_kernel_surface_count")
@@ -148,13 +165,15 @@ def extent_of(expression: Optional[str], values: Dict[str, Any]) -> int:
     return int(eval(expression, {"__builtins__": {}}, whole)) if expression else 1
 
 
-def pointer(world: World, c_type: str, name: str, claimed: int, tame: float) -> Optional[Buffer]:
+def pointer(
+    world: World, c_type: str, name: str, claimed: int, most: int, tame: float
+) -> Optional[Buffer]:
     is_input = c_type.startswith("const ")
     kind = ELEMENT[c_type.replace("const ", "").rstrip("*").strip()]
     if world.random.random() < 0.1:
         return None
     # A claim that is possible but untrue can only be kept from the function, not refused by it.
-    if is_input and MOST_ELEMENTS < claimed <= INT_MAX:
+    if most < claimed <= INT_MAX:
         return None
     buffer = Buffer(kind, max(0, min(claimed, MOST_ELEMENTS)), is_input)
     if is_input:
@@ -177,13 +196,18 @@ def call_once(world: World, name: str) -> None:
             values[parameter] = world.number(tame)
         elif c_type == "const char*":
             values[parameter] = world.random.choice(TEXTS)
-        elif c_type == RECORD:
+        elif c_type == "MorvelLogCallback":
+            values[parameter] = world.random.choice(CALLBACKS)
+        elif c_type in (RECORD, "void*"):
             values[parameter] = None
     buffers: Dict[str, Optional[Buffer]] = {}
     for c_type, parameter, extent in parameters:
         if parameter not in values:
             claimed = extent_of(extent, values)
-            buffers[parameter] = pointer(world, c_type, parameter, claimed, tame)
+            is_input = c_type.startswith("const ")
+            has_room = not is_input and any(w in (extent or "").lower() for w in ROOM)
+            most = MOST_SEARCHED if "closest" in name else INT_MAX if has_room else MOST_ELEMENTS
+            buffers[parameter] = pointer(world, c_type, parameter, claimed, most, tame)
     arguments = [
         values[p] if p in values else (buffers[p].address if buffers[p] else None)
         for _, p, _ in parameters

@@ -97,6 +97,26 @@ MORVEL_API int get_ellipse_properties(int curve, double* center MORVEL_LEN(3),
                                       double* majorAxis MORVEL_LEN(3), double* normal MORVEL_LEN(3),
                                       double* a MORVEL_LEN(1), double* b MORVEL_LEN(1),
                                       double* start MORVEL_LEN(1), double* end MORVEL_LEN(1));
+MORVEL_API int get_curve_parameter_interval(int curve, double* start MORVEL_LEN(1),
+                                            double* end MORVEL_LEN(1));
+/* The knots of a spline curve (-7 for others), the weights of a NURBS curve (-6). outCount gets
+   their number, also where capacity is too small (-5). */
+MORVEL_API int get_curve_knot_vector(int curve, double* out MORVEL_LEN(capacity), int capacity,
+                                     int* outCount MORVEL_LEN(1));
+MORVEL_API int get_curve_weights(int curve, double* out MORVEL_LEN(capacity), int capacity,
+                                 int* outCount MORVEL_LEN(1));
+/* The whole length; the smallest and largest coordinates of a box that holds the curve. */
+MORVEL_API int get_curve_length(int curve, double* length MORVEL_LEN(1));
+MORVEL_API int get_curve_bounding_box(int curve, double* lower MORVEL_LEN(3),
+                                      double* upper MORVEL_LEN(3));
+/* The parameter of the closest point. A B-spline curve is searched from the middle of its interval
+   only. */
+MORVEL_API int get_curve_closest_parameter(int curve, double x, double y, double z,
+                                           double* t MORVEL_LEN(1));
+/* A new curve, its pending transform included. */
+MORVEL_API int copy_curve(int curve);
+/* In place: Bezier, B-spline and NURBS curves (a weight stays); -6 for others. */
+MORVEL_API int modify_curve_control_point(int curve, int index, double x, double y, double z);
 
 /* ---- evaluation and sampling ---- */
 

@@ -33,6 +33,9 @@ MORVEL_API int create_point(double x, double y, double z);
 MORVEL_API int get_point_coordinates(int point, double* x MORVEL_LEN(1), double* y MORVEL_LEN(1),
                                      double* z MORVEL_LEN(1));
 MORVEL_API int delete_point(int point);
+MORVEL_API int get_point_count(void);
+/* As get_all_curves. */
+MORVEL_API int get_all_points(int* out MORVEL_LEN(max), int max);
 /* Removes all points, restarts their numbering at 2000 and returns how many there were. */
 MORVEL_API int clear_all_points(void);
 

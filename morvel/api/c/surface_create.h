@@ -6,11 +6,13 @@
 
    Every surface is parameterised over [0, 1] x [0, 1]. By contract a B-spline surface is
    *evaluated* on clamped uniform knots, whatever knots it was given: those are kept, read back, and
-   used by insertion, splitting, elevation and arithmetic. Degrees are at least 1 and below the
+   used by insertion, splitting, elevation and arithmetic. evaluate_surface_exact_batch (batch.h)
+   evaluates on the knots that were given. Degrees are at least 1 and below the
    number of control points, knots never decrease.
 
    Two orders of flat nets are in use, point (i, j) being number i along u and j along v:
-     u outer: at (i nV + j) 3    create_bspline_surface, create_surface_bspline_clamped
+     u outer: at (i nV + j) 3    create_bspline_surface, create_surface_bspline_clamped,
+                                   create_surface_nurbs
      v outer: at (j nU + i) 3    create_surface_bspline, create_surface_bezier */
 #ifndef MORVEL_API_C_SURFACE_CREATE_H
 #define MORVEL_API_C_SURFACE_CREATE_H
@@ -29,6 +31,15 @@ MORVEL_API int create_surface_bspline(const double* points MORVEL_LEN(3 * nU * n
                                       int degreeU, int degreeV);
 MORVEL_API int create_surface_bspline_clamped(const double* points MORVEL_LEN(3 * nU * nV), int nU,
                                               int nV, int degreeU, int degreeV);
+/* A rational surface: one weight above 0 for each point, in the order of the points. Fewer than
+   degree + 1 points in a direction are -4. By contract the ordinary evaluation of a rational
+   surface has placeholders for derivatives and normals; evaluate_surface_exact_batch has the true
+   ones. */
+MORVEL_API int create_surface_nurbs(const double* points MORVEL_LEN(3 * nU * nV), int nU, int nV,
+                                    const double* weights MORVEL_LEN(nU* nV),
+                                    const double* uKnots MORVEL_LEN(uKnotCount), int uKnotCount,
+                                    const double* vKnots MORVEL_LEN(vKnotCount), int vKnotCount,
+                                    int degreeU, int degreeV);
 /* Degrees nU - 1 and nV - 1. */
 MORVEL_API int create_surface_bezier(const double* points MORVEL_LEN(3 * nU * nV), int nU, int nV);
 /* The length of each vector is the plane's extent along it. */

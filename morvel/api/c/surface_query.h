@@ -61,9 +61,22 @@ MORVEL_API int get_surface_parameter_ranges(int surface, double* uMin MORVEL_LEN
 /* The area of the surface's 20 x 20 polyhedron, whatever the tolerance; -1 for an unknown handle.
  */
 MORVEL_API double get_surface_area(int surface, double tolerance);
+/* The weights of a NURBS surface (-6 for others), u outer; outCount gets nU nV, also with -2. */
+MORVEL_API int get_surface_weights(int surface, double* out MORVEL_LEN(capacity), int capacity,
+                                   int* outCount MORVEL_LEN(1));
+/* The smallest and largest coordinates of a box that holds the surface. */
+MORVEL_API int get_surface_bounding_box(int surface, double* lower MORVEL_LEN(3),
+                                        double* upper MORVEL_LEN(3));
+/* The parameters of the closest point. */
+MORVEL_API int get_surface_closest_parameter(int surface, double x, double y, double z,
+                                             double* u MORVEL_LEN(1), double* v MORVEL_LEN(1));
+/* A new surface, its pending transform included. Returns its handle. */
+MORVEL_API int copy_surface(int surface);
 
 /* ---- evaluation ---- */
 
+/* Spline surfaces are evaluated on clamped uniform knots over [0, 1], whatever knots they have;
+   evaluate_surface_exact_batch (batch.h) evaluates them on their stored knots. */
 /* The zero point, with a text, for an unknown handle or a parameter that is not finite. */
 MORVEL_API MorvelPoint3D evaluate_surface_at_parameter(int surface, double u, double v);
 /* Unit normal; the zero vector where the surface has none. (0, 0, 1) everywhere on a rational one.

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <Eigen/Core>
+#include <cstddef>
+#include <type_traits>
 
 #include "morvel/foundation/point.h"
 #include "morvel/foundation/scratch_buffer.h"
@@ -28,8 +30,9 @@ const Row& coordinates(const Row& row) {
 }
 
 /// values[0] rows[0] + ... + values[count - 1] rows[count - 1], summed from zero in this order.
-template <class Row>
-auto combination(const double* values, const Row* rows, int count) {
+/// `Count` is int, or a constant that lets the compiler unroll.
+template <class Row, class Count>
+auto combination(const double* values, const Row* rows, Count count) {
   using Sum = std::remove_cvref_t<decltype(coordinates(*rows))>;
   Sum sum = Sum::Zero();
   for (int r = 0; r < count; ++r)
@@ -44,6 +47,10 @@ auto splinePoint(const foundation::nurbs::SplineBasis& basis, const Row* rows, d
                  double* values) {
   const int span = basis.span(u);
   basis.values(u, span, values);
+  using foundation::nurbs::kCubicDegree;
+  using CubicWidth = std::integral_constant<int, foundation::nurbs::kCubicWidth>;
+  if (basis.degree() == kCubicDegree)
+    return combination(values, rows + (span - kCubicDegree), CubicWidth());
   return combination(values, rows + (span - basis.degree()), basis.degree() + 1);
 }
 

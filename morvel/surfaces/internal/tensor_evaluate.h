@@ -3,12 +3,12 @@
 #include <Eigen/Core>
 #include <algorithm>
 #include <cstddef>
-#include <type_traits>
 #include <vector>
 
 #include "morvel/foundation/scratch_buffer.h"
 #include "morvel/foundation/spline_basis.h"
 #include "morvel/foundation/tolerances.h"
+#include "morvel/surfaces/internal/bicubic_evaluate.h"
 
 // The inner functions of every tensor-product evaluation: of one point and of grids, polynomial
 // (Dim = 3: x, y, z) and rational (Dim = 4: wx, wy, wz, w), on any pair of bases. They sum only the
@@ -23,12 +23,9 @@ namespace trova::geometry::internal {
 /// How many results an evaluation of this order gives.
 constexpr int derivativeCount(int order) { return (order + 1) * (order + 2) / 2; }
 
-/// Degree + 1 as a number or, where loops are to be unrolled, as a constant.
-using CubicWidth = std::integral_constant<int, 4>;
-
 /// Room for `Rows` basis or partial-sum rows of `width` entries of `Size` doubles, not initialised:
-/// on the stack for a constant width and for degrees up to 29, else on the heap.
-template <class Width, int Rows, int Size = 1>
+/// on the stack for degrees up to 29, else on the heap.
+template <int Rows, int Size = 1>
 class Table {
  public:
   explicit Table(int width) : buffer_(std::size_t(width) * Rows * Size) {}
@@ -37,16 +34,6 @@ class Table {
  private:
   foundation::ScratchBuffer<double, std::size_t(Rows) * Size*(foundation::kMaxStackDegree + 1)>
       buffer_;
-};
-
-template <int Count, int Rows, int Size>
-class Table<std::integral_constant<int, Count>, Rows, Size> {
- public:
-  explicit Table(int) {}
-  double* data() { return values_; }
-
- private:
-  double values_[std::size_t(Count) * Rows * Size];
 };
 
 /// t brought into [0, 1], without a branch; t is a number.
@@ -64,41 +51,22 @@ inline int basisTable(const foundation::nurbs::SplineBasis& basis, double t, dou
   return span - basis.degree();
 }
 
-/// `length` doubles side by side, as operands of whole-row arithmetic: Eigen keeps rows of constant
-/// length in wide registers, where the compiler's own choice is poor.
-template <class Length>
-struct RowsOf {
-  using Row = Eigen::ArrayXd;
-};
-template <int Count>
-struct RowsOf<std::integral_constant<int, Count>> {
-  using Row = Eigen::Array<double, Count, 1>;
-};
-
 /// Sums over u: sums[k * length + x] = sum over i of table[k][i] * rows[i * stride + x].
-template <int Order, class Width, class Length>
-inline void contractRows(const double* rows, std::size_t stride, Width width, const double* table,
-                         Length length, double* sums) {
-  using Row = typename RowsOf<Length>::Row;
+template <int Order>
+inline void contractRows(const double* rows, std::size_t stride, int width, const double* table,
+                         int length, double* sums) {
   for (int k = 0; k <= Order; ++k) {
     const double* basis = table + k * width;
-    Eigen::Map<Row> out(sums + k * std::ptrdiff_t(length), length);
-    if constexpr (std::is_same_v<Length, int>) {
-      out = basis[0] * Eigen::Map<const Row>(rows, length);
-      for (int i = 1; i < width; ++i)
-        out += basis[i] * Eigen::Map<const Row>(rows + i * stride, length);
-    } else {
-      Row sum = basis[0] * Eigen::Map<const Row>(rows);
-      for (int i = 1; i < width; ++i)
-        sum += basis[i] * Eigen::Map<const Row>(rows + i * stride);
-      out = sum;
-    }
+    Eigen::Map<Eigen::ArrayXd> out(sums + k * std::ptrdiff_t(length), length);
+    out = basis[0] * Eigen::Map<const Eigen::ArrayXd>(rows, length);
+    for (int i = 1; i < width; ++i)
+      out += basis[i] * Eigen::Map<const Eigen::ArrayXd>(rows + i * stride, length);
   }
 }
 
 /// out[d] = sum over j of basis[j] * columns[j * Dim + d].
-template <int Dim, class Width>
-inline void contractColumns(const double* columns, Width width, const double* basis, double* out) {
+template <int Dim>
+inline void contractColumns(const double* columns, int width, const double* basis, double* out) {
   using Point = Eigen::Array<double, Dim, 1>;
   Point sum = basis[0] * Eigen::Map<const Point>(columns);
   for (int j = 1; j < width; ++j)
@@ -109,8 +77,8 @@ inline void contractColumns(const double* columns, Width width, const double* ba
 
 /// Sums over v, every derivative in the order stated above. Row k of the partial sums begins at
 /// sums + k * stride.
-template <int Dim, int Order, class Width>
-inline void contractAllColumns(const double* sums, std::size_t stride, Width width,
+template <int Dim, int Order>
+inline void contractAllColumns(const double* sums, std::size_t stride, int width,
                                const double* table, double* out) {
   int result = 0;
   for (int total = 0; total <= Order; ++total) {
@@ -120,35 +88,24 @@ inline void contractAllColumns(const double* sums, std::size_t stride, Width wid
   }
 }
 
-template <int Dim, int Order, class Width>
-inline void tensorPointOf(const double* net, int nV, const foundation::nurbs::SplineBasis& basisU,
-                          const foundation::nurbs::SplineBasis& basisV, double u, double v,
-                          Width widthU, Width widthV, double* out) {
-  Table<Width, Order + 1> tableU(widthU);
-  Table<Width, Order + 1> tableV(widthV);
-  const int firstU = basisTable<Order>(basisU, u, tableU.data());
-  const int firstV = basisTable<Order>(basisV, v, tableV.data());
-  Table<Width, Order + 1, Dim> sums(widthV);
-  const std::size_t stride = std::size_t(nV) * Dim;
-  const double* corner = net + firstU * stride + std::size_t(firstV) * Dim;
-  const auto length = [&] {
-    if constexpr (std::is_same_v<Width, int>)
-      return widthV * Dim;
-    else
-      return std::integral_constant<int, Width::value * Dim>();
-  }();
-  contractRows<Order>(corner, stride, widthU, tableU.data(), length, sums.data());
-  contractAllColumns<Dim, Order>(sums.data(), length, widthV, tableV.data(), out);
-}
-
 /// Kept apart, so that the bicubic case does not carry the tables of all others.
 template <int Dim, int Order>
 [[gnu::noinline]] void tensorPointOfAnyDegree(const double* net,
                                               const foundation::nurbs::SplineBasis& basisU,
                                               const foundation::nurbs::SplineBasis& basisV,
                                               double u, double v, double* out) {
-  tensorPointOf<Dim, Order>(net, basisV.count(), basisU, basisV, u, v, basisU.degree() + 1,
-                            basisV.degree() + 1, out);
+  const int widthU = basisU.degree() + 1;
+  const int widthV = basisV.degree() + 1;
+  Table<Order + 1> tableU(widthU);
+  Table<Order + 1> tableV(widthV);
+  const int firstU = basisTable<Order>(basisU, u, tableU.data());
+  const int firstV = basisTable<Order>(basisV, v, tableV.data());
+  Table<Order + 1, Dim> sums(widthV);
+  const std::size_t stride = std::size_t(basisV.count()) * Dim;
+  const double* corner = net + firstU * stride + std::size_t(firstV) * Dim;
+  const int length = widthV * Dim;
+  contractRows<Order>(corner, stride, widthU, tableU.data(), length, sums.data());
+  contractAllColumns<Dim, Order>(sums.data(), length, widthV, tableV.data(), out);
 }
 
 /// One point and its derivatives up to `Order`. Both bases usable, their counts those of the net; u
@@ -157,10 +114,9 @@ template <int Dim, int Order>
 inline void tensorPoint(const double* net, const foundation::nurbs::SplineBasis& basisU,
                         const foundation::nurbs::SplineBasis& basisV, double u, double v,
                         double* out) {
-  constexpr int kCubic = CubicWidth::value - 1;
-  if (basisU.degree() == kCubic && basisV.degree() == kCubic)
-    tensorPointOf<Dim, Order>(net, basisV.count(), basisU, basisV, u, v, CubicWidth(), CubicWidth(),
-                              out);
+  using foundation::nurbs::kCubicDegree;
+  if (basisU.degree() == kCubicDegree && basisV.degree() == kCubicDegree)
+    bicubicPoint<Dim, Order>(net, basisU, basisV, u, v, out);
   else
     tensorPointOfAnyDegree<Dim, Order>(net, basisU, basisV, u, v, out);
 }
@@ -187,6 +143,40 @@ class BasisTables {
   std::vector<double> tables_;
 };
 
+/// One row of a grid, cubic in v, from its sums over u; a double behind the sums is read too.
+template <int Dim, int Order, class Visit>
+[[gnu::always_inline]] inline void cubicGridRow(const double* sums, std::size_t stride,
+                                                const BasisTables<Order>& inV, int a,
+                                                Visit& visit) {
+  double results[Dim * derivativeCount(Order)];
+  for (int b = 0; b < inV.count(); ++b) {
+    Quad points[Order + 1][kCubicWidth];
+    for (int k = 0; k <= Order; ++k)
+      for (int j = 0; j < kCubicWidth; ++j)
+        load(sums + k * stride + std::size_t(inV.first(b) + j) * Dim, points[k][j]);
+    contractCubicColumns<Dim, Order, 1>(points, inV.table(b), results);
+    visit(a, b, static_cast<const double*>(results));
+  }
+}
+
+template <int Dim, int Order, class Visit>
+MORVEL_WIDE void wideCubicGridRow(const double* sums, std::size_t stride,
+                                  const BasisTables<Order>& inV, int a, Visit& visit) {
+  cubicGridRow<Dim, Order>(sums, stride, inV, a, visit);
+}
+
+/// The same for any degree.
+template <int Dim, int Order, class Visit>
+void gridRow(const double* sums, std::size_t stride, const BasisTables<Order>& inV, int widthV,
+             int a, Visit& visit) {
+  double results[Dim * derivativeCount(Order)];
+  for (int b = 0; b < inV.count(); ++b) {
+    contractAllColumns<Dim, Order>(sums + std::size_t(inV.first(b)) * Dim, stride, widthV,
+                                   inV.table(b), results);
+    visit(a, b, static_cast<const double*>(results));
+  }
+}
+
 /// Every point (us[a], vs[b]), u outer; calls `visit(a, b, results)`. Each direction's basis is
 /// taken once per parameter, and the sums over u once per us[a].
 template <int Dim, int Order, class Visit>
@@ -196,16 +186,16 @@ void tensorGrid(const double* net, const foundation::nurbs::SplineBasis& basisU,
   const BasisTables<Order> inU(basisU, us);
   const BasisTables<Order> inV(basisV, vs);
   const std::size_t stride = std::size_t(basisV.count()) * Dim;
-  std::vector<double> sums(stride * (Order + 1));
-  double results[Dim * derivativeCount(Order)];
+  std::vector<double> sums(stride * (Order + 1) + 1);
   for (int a = 0; a < inU.count(); ++a) {
     contractRows<Order>(net + inU.first(a) * stride, stride, basisU.degree() + 1, inU.table(a),
                         int(stride), sums.data());
-    for (int b = 0; b < inV.count(); ++b) {
-      contractAllColumns<Dim, Order>(sums.data() + std::size_t(inV.first(b)) * Dim, stride,
-                                     basisV.degree() + 1, inV.table(b), results);
-      visit(a, b, static_cast<const double*>(results));
-    }
+    if (basisV.degree() != foundation::nurbs::kCubicDegree)
+      gridRow<Dim, Order>(sums.data(), stride, inV, basisV.degree() + 1, a, visit);
+    else if (hasWideRegisters())
+      wideCubicGridRow<Dim, Order>(sums.data(), stride, inV, a, visit);
+    else
+      cubicGridRow<Dim, Order>(sums.data(), stride, inV, a, visit);
   }
 }
 
