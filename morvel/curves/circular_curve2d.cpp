@@ -12,7 +12,6 @@ namespace {
 namespace geometry = trova::geometry;
 using trova::foundation::BoundingBox;
 using trova::foundation::Point2D;
-using trova::foundation::Point3D;
 
 constexpr double kFullTurn = 2.0 * std::numbers::pi;
 constexpr double kQuarterTurn = std::numbers::pi / 2.0;
