@@ -12,6 +12,7 @@
 #include "morvel/foundation/knot_vector.h"
 #include "morvel/foundation/nurbs_basis.h"
 #include "morvel/foundation/point.h"
+#include "morvel/foundation/principal_axes.h"
 #include "morvel/foundation/spline_basis.h"
 #include "morvel/foundation/spline_rows.h"
 #include "morvel/foundation/status_line.h"

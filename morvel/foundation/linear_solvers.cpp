@@ -1,12 +1,16 @@
 #include "morvel/foundation/linear_solvers.h"
 
+#include <Eigen/Cholesky>
+#include <Eigen/Eigenvalues>
 #include <Eigen/LU>
 #include <Eigen/QR>
+#include <Eigen/SVD>
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <limits>
 #include <stdexcept>
+#include <utility>
 
 #include "morvel/foundation/checked_count.h"
 
@@ -46,6 +50,21 @@ void requireShapes(const Eigen::MatrixXd& A, const Eigen::MatrixXd& B) {
   if (A.rows() != B.rows() || A.cols() == 0)
     throw std::invalid_argument("Linear system has matrices of unequal height");
   requireFinite(A.allFinite() && B.allFinite());
+}
+
+void requireSquare(const Eigen::MatrixXd& A, const Eigen::MatrixXd& B) {
+  requireShapes(A, B);
+  if (A.rows() != A.cols()) throw std::invalid_argument("Linear system is not square");
+}
+
+std::optional<Eigen::MatrixXd> accepted(Eigen::MatrixXd X, const Eigen::MatrixXd& AX,
+                                        const Eigen::MatrixXd& B) {
+  for (Eigen::Index c = 0; c < B.cols(); ++c) {
+    const double residual = (AX.col(c) - B.col(c)).cwiseAbs().maxCoeff();
+    if (!(residual <= kLargestResidual * B.col(c).cwiseAbs().maxCoeff())) return std::nullopt;
+  }
+  if (!X.allFinite()) return std::nullopt;
+  return X;
 }
 
 // A pivot that cannot be told from the rounding of the largest entry, or that has overflowed.
@@ -203,8 +222,7 @@ void SymmetricBandedSystem::solve(double* rows, int width) const {
 }
 
 Eigen::MatrixXd solveDense(const Eigen::MatrixXd& A, const Eigen::MatrixXd& B) {
-  requireShapes(A, B);
-  if (A.rows() != A.cols()) throw std::invalid_argument("Linear system is not square");
+  requireSquare(A, B);
   const Eigen::PartialPivLU<Eigen::MatrixXd> lu(A);
   const double smallestPivot = lu.matrixLU().diagonal().cwiseAbs().minCoeff();
   if (isNoPivot(smallestPivot, A.cwiseAbs().maxCoeff()))
@@ -215,6 +233,35 @@ Eigen::MatrixXd solveDense(const Eigen::MatrixXd& A, const Eigen::MatrixXd& B) {
 Eigen::MatrixXd solveLeastSquares(const Eigen::MatrixXd& A, const Eigen::MatrixXd& B) {
   requireShapes(A, B);
   return A.colPivHouseholderQr().solve(B);
+}
+
+std::optional<Eigen::MatrixXd> solveSquare(const Eigen::MatrixXd& A, const Eigen::MatrixXd& B) {
+  requireSquare(A, B);
+  Eigen::MatrixXd X = A.partialPivLu().solve(B);
+  const Eigen::MatrixXd AX = A * X;
+  return accepted(std::move(X), AX, B);
+}
+
+std::optional<Eigen::MatrixXd> solveSymmetric(const Eigen::MatrixXd& A, const Eigen::MatrixXd& B) {
+  requireSquare(A, B);
+  const Eigen::LLT<Eigen::MatrixXd> llt(A);
+  Eigen::MatrixXd X = llt.info() == Eigen::Success ? Eigen::MatrixXd(llt.solve(B))
+                                                   : Eigen::MatrixXd(A.ldlt().solve(B));
+  const Eigen::MatrixXd AX = A.selfadjointView<Eigen::Lower>() * X;
+  return accepted(std::move(X), AX, B);
+}
+
+Eigen::VectorXd singularValues(const Eigen::MatrixXd& A) {
+  if (A.size() == 0) throw std::invalid_argument("Linear system has an empty matrix");
+  requireFinite(A.allFinite());
+  return Eigen::JacobiSVD<Eigen::MatrixXd>(A).singularValues();
+}
+
+std::optional<SymmetricEigen3> symmetricEigen3(const Eigen::Matrix3d& A) {
+  requireFinite(A.allFinite());
+  const Eigen::SelfAdjointEigenSolver<Eigen::Matrix3d> solver(A);
+  if (solver.info() != Eigen::Success) return std::nullopt;
+  return SymmetricEigen3{solver.eigenvalues(), solver.eigenvectors()};
 }
 
 }  // namespace trova::foundation

@@ -2,6 +2,7 @@
 
 #include <Eigen/Core>
 #include <cstddef>
+#include <optional>
 #include <vector>
 
 #include "morvel/foundation/export.h"
@@ -98,5 +99,35 @@ MORVEL_API Eigen::MatrixXd solveDense(const Eigen::MatrixXd& A, const Eigen::Mat
 /// B m x k. Where the rank falls short, the components of the columns left over are 0.
 /// @throws std::invalid_argument for shapes that do not fit
 MORVEL_API Eigen::MatrixXd solveLeastSquares(const Eigen::MatrixXd& A, const Eigen::MatrixXd& B);
+
+/// X with A X = B for a square A by LU with partial pivoting, which itself reports no failure:
+/// nothing where X is not finite or does not satisfy the system (residual above
+/// kLargestResidual). A singular A with a right-hand side in its range may so have an answer.
+/// @throws std::invalid_argument for shapes that do not fit
+MORVEL_API std::optional<Eigen::MatrixXd> solveSquare(const Eigen::MatrixXd& A,
+                                                      const Eigen::MatrixXd& B);
+
+/// X with A X = B for a symmetric A by Cholesky (LLT), or by LDLT with pivoting where that reports
+/// failure; nothing under the conditions of `solveSquare`. Reads the lower triangle.
+/// @throws std::invalid_argument for shapes that do not fit
+MORVEL_API std::optional<Eigen::MatrixXd> solveSymmetric(const Eigen::MatrixXd& A,
+                                                         const Eigen::MatrixXd& B);
+
+/// The largest residual of an accepted answer: of each column b, max |A x - b| over max |b|.
+inline constexpr double kLargestResidual = 1e-6;
+
+/// The singular values, largest first, by two-sided Jacobi rotations.
+/// @throws std::invalid_argument for an empty matrix
+MORVEL_API Eigen::VectorXd singularValues(const Eigen::MatrixXd& A);
+
+/// The eigenvalues of a symmetric 3 x 3 matrix in ascending order, and the unit eigenvectors in
+/// the columns of `vectors`.
+struct SymmetricEigen3 {
+  Eigen::Vector3d values;
+  Eigen::Matrix3d vectors;
+};
+
+/// Nothing where the iteration does not settle.
+MORVEL_API std::optional<SymmetricEigen3> symmetricEigen3(const Eigen::Matrix3d& A);
 
 }  // namespace trova::foundation

@@ -2,10 +2,15 @@
 
 #include <gmock/gmock.h>
 
+#include <Eigen/QR>
 #include <algorithm>
+#include <cmath>
 #include <limits>
 #include <random>
 #include <stdexcept>
+#include <vector>
+
+#include "morvel/foundation/principal_axes.h"
 
 namespace {
 
@@ -171,6 +176,47 @@ TEST(SolveLeastSquares, ResidualIsNormalToTheColumns) {
   EXPECT_TRUE((Y.row(2).array() == 0).all() || (Y.row(6).array() == 0).all());
   EXPECT_THROW(solveLeastSquares(A, B * kNaN), std::invalid_argument);
   EXPECT_THROW(solveLeastSquares(A, B.topRows(5)), std::invalid_argument);
+}
+
+TEST(SolveSquareAndSymmetric, AnswerOnlyWhatSatisfiesTheSystem) {
+  const Eigen::MatrixXd R = randomRows(12, 12);
+  const Eigen::MatrixXd indefinite = R + R.transpose();
+  const Eigen::MatrixXd X = randomRows(12, 3);
+  EXPECT_LT((solveSquare(R, R * X).value() - X).norm(), 1e-9);
+  EXPECT_LT((solveSymmetric(indefinite, indefinite * X).value() - X).norm(), 1e-9);
+  EXPECT_LT((solveSymmetric(R * R.transpose(), R * R.transpose() * X).value() - X).norm(), 1e-6);
+
+  const Eigen::MatrixXd deficient = R.leftCols(4) * R.leftCols(4).transpose();
+  EXPECT_FALSE(solveSquare(deficient, X));
+  EXPECT_FALSE(solveSymmetric(deficient, X));
+  EXPECT_FALSE(solveSquare(Eigen::MatrixXd::Zero(3, 3), Eigen::MatrixXd::Ones(3, 1)));
+}
+
+TEST(SingularValues, AreThoseThatTheProductWasMadeOf) {
+  const Eigen::MatrixXd U = Eigen::MatrixXd(randomRows(6, 6)).householderQr().householderQ();
+  const Eigen::MatrixXd V = Eigen::MatrixXd(randomRows(4, 4)).householderQr().householderQ();
+  const Eigen::Vector4d expected(5.0, 2.0, 1e-3, 1e-9);
+  const Eigen::MatrixXd A = U.leftCols(4) * expected.asDiagonal() * V.transpose();
+  EXPECT_LT((singularValues(A) - expected).norm(), 1e-14);
+}
+
+TEST(PrincipalAxes, FindSpreadAndDirectionsOfABox) {
+  // The eight corners of a box turned by 30 degrees about z, around (1, 2, 3).
+  const double c = std::sqrt(3.0) / 2;
+  std::vector<Point3D> corners;
+  for (int k = 0; k < 8; ++k) {
+    const double x = k & 1 ? 3 : -3, y = k & 2 ? 2 : -2, z = k & 4 ? 1 : -1;
+    corners.emplace_back(1 + c * x - 0.5 * y, 2 + 0.5 * x + c * y, 3 + z);
+  }
+  const PrincipalAxes axes = principalAxes(corners).value();
+  EXPECT_LT(axes.centroid.distanceTo(Point3D(1, 2, 3)), 1e-14);
+  for (int k = 0; k < 3; ++k)
+    EXPECT_NEAR(axes.spread[k], (k + 1) * (k + 1), 1e-13);
+  EXPECT_NEAR(std::abs(axes.axes[2].dot(Vector3D(c, 0.5, 0))), 1.0, 1e-14);
+  EXPECT_NEAR(std::abs(axes.axes[0].dot(Vector3D::unitZ())), 1.0, 1e-14);
+  corners[3].setX(kNaN);
+  EXPECT_FALSE(principalAxes(corners));
+  EXPECT_FALSE(principalAxes({}));
 }
 
 }  // namespace
