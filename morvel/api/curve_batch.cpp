@@ -11,6 +11,7 @@ using namespace trova_internal;
 namespace {
 
 constexpr int kHighestOrder = 10;
+constexpr int kPair = 2;  // both ends of a range
 
 /// evaluate(curve, item, result) for each item.
 template <class Evaluate>
@@ -55,6 +56,13 @@ int evaluate_curve_curvature_batch(int curve, const double* t, int count, double
   return forEachItem(__func__, curve, {t, count, 1, out, 1},
                      [](const Curve& found, const double* u, double* curvature) {
                        *curvature = found.getCurvature(*u);
+                     });
+}
+
+int evaluate_curve_length_batch(int curve, const double* ranges, int count, double* lengths) {
+  return forEachItem(__func__, curve, {ranges, count, kPair, lengths, 1},
+                     [](const Curve& found, const double* range, double* length) {
+                       *length = found.getArcLength(range[0], range[1]);
                      });
 }
 

@@ -10,11 +10,15 @@ stand for them, delete them when they are closed or let go, and take and give nu
     'extrude_surface'
     >>> tube.mesh(50).vertices.shape
     (2500, 3)
+    >>> tube([[0.0, 0.0], [0.5, 0.25]]).shape  # many parameters at once
+    (2, 3)
 """
 
 from ._errors import ArgumentError, HandleError, MorvelError
 from .curve import Curve
+from .curve_on_surface import CurveOnSurface
 from .kernel import Counts, KernelSession, clear, counts, version
+from .log import log_to, print_lines, set_log_level
 from .mesh import Mesh
 from .point import Point
 from .surface import Surface
@@ -23,6 +27,7 @@ __all__ = [
     "ArgumentError",
     "Counts",
     "Curve",
+    "CurveOnSurface",
     "HandleError",
     "KernelSession",
     "Mesh",
@@ -31,5 +36,8 @@ __all__ = [
     "Surface",
     "clear",
     "counts",
+    "log_to",
+    "print_lines",
+    "set_log_level",
     "version",
 ]

@@ -69,6 +69,10 @@ def int_out(count: int = 1) -> "ctypes.Array[ctypes.c_int]":
     return (ctypes.c_int * count)()
 
 
+def point_out() -> FloatArray:
+    return np.empty(DIMENSIONS)
+
+
 def double_out(count: int = 1) -> "ctypes.Array[ctypes.c_double]":
     return (ctypes.c_double * count)()
 

@@ -23,7 +23,8 @@ class MorvelError(Exception):
         self.text = text
 
     def __str__(self) -> str:
-        return f"{self.function}: {self.text or 'failed'} (code {self.code})"
+        said = self.text.removeprefix(f"{self.function}: ")
+        return f"{self.function}: {said or 'failed'} (code {self.code})"
 
 
 class ArgumentError(MorvelError, ValueError):

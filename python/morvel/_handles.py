@@ -9,19 +9,25 @@ and letting it go deletes nothing.
 from __future__ import annotations
 
 import weakref
-from typing import Any, ClassVar, Type, TypeVar
+from typing import Any, ClassVar, Dict, List, Tuple, Type, TypeVar
 
 from ._errors import UNKNOWN_HANDLE, HandleError
-from ._library import functions
+from ._arrays import int_out
+from ._library import call, functions
 
 Self = TypeVar("Self", bound="Registered")
 
 
-def _generation(kind: int) -> int:
-    return int(functions["get_registry_generation"](kind))
+Generation = Tuple[int, int]
+
+_emptied: Dict[int, int] = {}  # by kind: how often `delete_all` ran, which restarts no numbering
 
 
-def _release(deleter: str, kind: int, handle: int, generation: int) -> None:
+def _generation(kind: int) -> Generation:
+    return int(functions["get_registry_generation"](kind)), _emptied.get(kind, 0)
+
+
+def _release(deleter: str, kind: int, handle: int, generation: Generation) -> None:
     if _generation(kind) == generation:
         functions[deleter](handle)
 
@@ -35,6 +41,8 @@ class Registered:
 
     _kind: ClassVar[int]
     _deleter: ClassVar[str]
+    _counter: ClassVar[str]
+    _lister: ClassVar[str]
     __slots__ = ("_handle", "_since", "_finalizer", "__weakref__")
 
     def __init__(self, handle: int) -> None:
@@ -50,6 +58,20 @@ class Registered:
     def adopt(cls: Type[Self], handle: int) -> Self:
         """The object behind a handle that a C function gave out; it is deleted with the result."""
         return cls(handle)
+
+    @classmethod
+    def handles(cls) -> List[int]:
+        """The handles of all registered objects of this kind, rising; nothing is taken over."""
+        room = max(functions[cls._counter](), 1)
+        out = int_out(room)
+        return sorted(out[: call(cls._lister, out, room)])
+
+    @classmethod
+    def delete_all(cls) -> None:
+        """Deletes every registered object of this kind; Python objects of them are closed."""
+        for handle in cls.handles():
+            functions[cls._deleter](handle)
+        _emptied[cls._kind] = _emptied.get(cls._kind, 0) + 1
 
     @property
     def handle(self) -> int:

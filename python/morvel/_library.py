@@ -8,12 +8,16 @@ from ctypes.util import find_library
 from pathlib import Path
 from typing import Any, Callable, Dict, Iterator, List, Tuple
 
-from ._errors import BAD_ARGUMENT, MorvelError, error_for
+import numpy as np
+
+from ._arrays import FloatArray, address, int_out, point_out
+from ._errors import MorvelError, error_for
 from ._signatures import SIGNATURES
 
 LIBRARY_VARIABLE = "MORVEL_LIBRARY"  # a path to libmorvel.so that goes before all others
 LIBRARY_NAME = "libmorvel.so.1"
 TEXT_SIZE = 1024
+USUAL_COUNT = 64  # knots or weights; where there are more they are asked for again
 
 
 class Point(ctypes.Structure):
@@ -44,13 +48,14 @@ _VALUES: Dict[str, Any] = {
     "double": ctypes.c_double,
     "MorvelPoint3D": Point,
     "const char*": ctypes.c_char_p,
+    "const void*": ctypes.c_void_p,  # a borrowed C++ object
     "MorvelSurfaceData*": ctypes.POINTER(SurfaceData),
     "MorvelLogCallback": LogCallback,
 }
 
 
-def _argument_type(c_type: str) -> Any:
-    """Arrays go as bare addresses, so that numpy's memory needs no copy."""
+def _ctype(c_type: str) -> Any:
+    """Arrays go as bare addresses, so that numpy's memory needs no copy; so do unnamed records."""
     if c_type in _VALUES:
         return _VALUES[c_type]
     if c_type.endswith("*"):
@@ -94,8 +99,8 @@ def _typed(library: ctypes.CDLL) -> Dict[str, Callable[..., Any]]:
     functions: Dict[str, Callable[..., Any]] = {}
     for name, (result, parameters, doc) in SIGNATURES.items():
         function = getattr(library, name)
-        function.restype = _VALUES[result]
-        function.argtypes = [_argument_type(c_type) for c_type, _, _ in parameters]
+        function.restype = _ctype(result)
+        function.argtypes = [_ctype(c_type) for c_type, _, _ in parameters]
         function.__doc__ = doc
         functions[name] = function
     return functions
@@ -129,20 +134,30 @@ def call(name: str, *arguments: Any) -> Any:
     return result
 
 
+def values_of(name: str, *arguments: Any) -> FloatArray:
+    """What a function writes that ends in (out, capacity, outCount), and tells the number of."""
+    values, used = np.empty(USUAL_COUNT), int_out()
+    result = functions[name](*arguments, address(values), values.size, used)
+    if used[0] > values.size:
+        values = np.empty(used[0])
+        result = functions[name](*arguments, address(values), values.size, used)
+    if result < 0:
+        raise failure(name, int(result))
+    return values[: used[0]].copy()
+
+
+def box_of(name: str, handle: int) -> Tuple[FloatArray, FloatArray]:
+    """The least and the greatest corner that a function writes."""
+    lower, upper = point_out(), point_out()
+    call(name, handle, address(lower), address(upper))
+    return lower, upper
+
+
 def call_expecting(success: int, name: str, *arguments: Any) -> None:
     """Calls a function that says success with one number."""
     result = functions[name](*arguments)
     if result != success:
         raise failure(name, int(result))
-
-
-def call_for_value(name: str, *arguments: Any) -> Any:
-    """Calls a function that has no room for a code: a failure shows in the last error alone."""
-    functions["clear_last_error"]()
-    result = functions[name](*arguments)
-    if last_error():
-        raise failure(name, BAD_ARGUMENT)
-    return result
 
 
 def text_of(name: str, *arguments: Any) -> str:

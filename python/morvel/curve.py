@@ -9,8 +9,9 @@ from numpy.typing import ArrayLike
 
 from . import _arrays as arrays
 from ._arrays import FloatArray, address
+from ._batches import NUMBER, PAIR, VECTOR, Shape, broadcast_pairs, curve_result, evaluate
 from ._handles import Registered
-from ._library import call, functions, text_of
+from ._library import box_of, call, functions, text_of, values_of
 
 TYPE_NAMES = {
     0: "curve",
@@ -30,13 +31,16 @@ Z_AXIS = (0.0, 0.0, 1.0)
 class Curve(Registered):
     """A curve in space.
 
-    Parameters are in the curve's own interval: [0, 1] for lines, circles and Bezier curves, the
-    angles for ellipses, the knot range for spline curves. Methods that change a curve return a new
-    one.
+    `curve(t)` evaluates it, for one parameter or an array of any shape. Parameters are in the
+    curve's own `interval`: [0, 1] for lines, circles and Bezier curves, the angles for ellipses,
+    the knot range for spline curves. Methods that change a curve return a new one; only
+    `set_control_point` changes the curve itself.
     """
 
     _kind: ClassVar[int] = 0
     _deleter: ClassVar[str] = "delete_curve"
+    _counter: ClassVar[str] = "get_curves_count"
+    _lister: ClassVar[str] = "get_all_curves"
     __slots__ = ()
 
     # ---- making ----
@@ -170,45 +174,86 @@ class Curve(Registered):
                 return points[:written].copy()
             room *= 4
 
-    # ---- evaluating ----
+    @property
+    def interval(self) -> Tuple[float, float]:
+        """The parameters of start and end; a reversed ellipse starts at the larger one."""
+        start, end = arrays.double_out(), arrays.double_out()
+        call("get_curve_parameter_interval", self.handle, start, end)
+        return start[0], end[0]
 
-    def point(self, u: float) -> FloatArray:
-        """The point at a parameter."""
-        point = np.empty(3)
-        call("evaluate_curve_at_parameter", self.handle, u, address(point))
-        return point
+    @property
+    def knots(self) -> FloatArray:
+        """The (n + degree + 1,) knots of a B-spline or NURBS curve; MorvelError for others."""
+        return values_of("get_curve_knot_vector", self.handle)
 
-    def derivatives(self, u: float, order: int) -> FloatArray:
-        """(order + 1, 3): the point and the derivatives at a parameter; order up to 10."""
-        if order < 0:
-            raise ValueError("order must not be below 0")
-        out = arrays.empty_points(order + 1)
-        call("evaluate_curve_derivatives", self.handle, u, order, address(out))
-        return out
+    @property
+    def weights(self) -> FloatArray:
+        """The (n,) weights of a NURBS curve; MorvelError for others."""
+        return values_of("get_curve_weights", self.handle)
 
-    def tangent(self, u: float) -> FloatArray:
-        """The unit tangent."""
-        tangent = np.empty(3)
-        call("evaluate_curve_tangent", self.handle, u, address(tangent))
-        return tangent
+    @property
+    def bounding_box(self) -> Tuple[FloatArray, FloatArray]:
+        """The least and the greatest corner of a box that holds the curve."""
+        return box_of("get_curve_bounding_box", self.handle)
 
-    def normal(self, u: float) -> FloatArray:
-        """The unit principal normal."""
-        normal = np.empty(3)
-        call("evaluate_curve_normal", self.handle, u, address(normal))
-        return normal
+    # ---- evaluating: parameters of any shape, one call of the kernel ----
 
-    def curvature(self, u: float) -> float:
-        """The curvature, in 1 / model units."""
-        out = arrays.double_out()
-        call("evaluate_curve_curvature", self.handle, u, out)
-        return out[0]
+    def __call__(self, t: ArrayLike) -> FloatArray:
+        """Points: (..., 3) for parameters of shape (...), so (3,) for one number.
 
-    def length(self, u0: float, u1: float) -> float:
-        """The arc length between two parameters."""
-        out = arrays.double_out()
-        call("evaluate_curve_length", self.handle, u0, u1, out)
-        return out[0]
+        Parameters are in `interval`; ArgumentError where one is not finite.
+        """
+        return self._evaluate("evaluate_curve_batch", t, VECTOR, 0)
+
+    def point(self, t: ArrayLike) -> FloatArray:
+        """The same as calling the curve."""
+        return self(t)
+
+    def derivatives(self, t: ArrayLike, order: int) -> FloatArray:
+        """(..., order + 1, 3): the points and their derivatives.
+
+        Args:
+            t: parameters of shape (...).
+            order: the highest derivative, 0 to 10; ValueError outside.
+        """
+        return self._evaluate("evaluate_curve_batch", t, curve_result(order), order)
+
+    def tangent(self, t: ArrayLike) -> FloatArray:
+        """(..., 3) unit tangents for parameters of shape (...).
+
+        The zero vector where the first derivative is shorter than 1e-4.
+        """
+        return self._evaluate("evaluate_curve_tangent_batch", t, VECTOR)
+
+    def normal(self, t: ArrayLike) -> FloatArray:
+        """(..., 3) unit principal normals."""
+        return self._evaluate("evaluate_curve_normal_batch", t, VECTOR)
+
+    def curvature(self, t: ArrayLike) -> FloatArray:
+        """Curvatures of the parameters' shape, in 1 / model units."""
+        return self._evaluate("evaluate_curve_curvature_batch", t, NUMBER)
+
+    def length(self, t0: Optional[ArrayLike] = None, t1: Optional[ArrayLike] = None) -> FloatArray:
+        """Arc lengths from t0 to t1, in model units, to 1e-8.
+
+        Args:
+            t0: parameters of any shape that broadcasts with t1; the curve's start unless given.
+            t1: the curve's end unless given.
+        """
+        start, end = self.interval
+        ranges = broadcast_pairs(start if t0 is None else t0, end if t1 is None else t1)
+        return evaluate("evaluate_curve_length_batch", self.handle, ranges, PAIR, NUMBER)
+
+    def closest(self, points: ArrayLike) -> FloatArray:
+        """Parameters (...) of the closest points of the curve to points (..., 3).
+
+        A B-spline curve is searched from the middle of its interval only.
+        """
+        name = "get_curve_closest_parameter_batch"
+        return evaluate(name, self.handle, points, VECTOR, NUMBER)
+
+    def _evaluate(self, name: str, t: ArrayLike, result: Shape, *order: int) -> FloatArray:
+        return evaluate(name, self.handle, t, NUMBER, result, *order)
 
     def polyline(self) -> FloatArray:
         """(100, 3) points at equal parameter steps over the whole curve."""
@@ -239,7 +284,19 @@ class Curve(Registered):
         call("sample_curve_advanced", *arguments, address(points), room, used)
         return points[: used[0]]
 
-    # ---- deriving ----
+    # ---- changing and deriving ----
+
+    def set_control_point(self, index: int, point: ArrayLike) -> None:
+        """Moves a control point of a Bezier, B-spline or NURBS curve, in place; its weight stays.
+
+        ArgumentError for an index outside 0 to n - 1.
+        """
+        at = arrays.triple(point, "point")
+        call("modify_curve_control_point", self.handle, index, *at)
+
+    def copy(self) -> "Curve":
+        """Another curve equal to this one."""
+        return Curve(call("copy_curve", self.handle))
 
     def reversed(self) -> "Curve":
         """The curve run through the other way."""

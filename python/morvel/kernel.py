@@ -12,6 +12,7 @@ from numpy.typing import ArrayLike
 from . import _arrays as arrays
 from ._arrays import address
 from ._library import failure, functions, text_of
+from .curve_on_surface import CurveOnSurface
 from .mesh import Mesh
 
 
@@ -21,18 +22,22 @@ class Counts:
 
     curves: int
     surfaces: int
+    points: int
+    curves_on_surfaces: int
 
 
 def counts() -> Counts:
-    """How many curves and surfaces the kernel holds."""
-    return Counts(functions["get_curves_count"](), functions["get_surfaces_count"]())
+    """How many objects of each kind the kernel holds."""
+    kinds = ("curves", "surfaces", "point", "curve_on_surface")
+    return Counts(*(functions[f"get_{kind}_count"]() for kind in kinds))
 
 
 def clear() -> None:
-    """Removes all curves, surfaces and points and restarts their numbering.
+    """Removes all objects; the numbering of curves, surfaces and points starts anew.
 
     Python objects that stood for them are closed by it.
     """
+    CurveOnSurface.delete_all()
     functions["clear_all_curves"]()
     functions["cleanup_all_surfaces"]()
     functions["clear_all_points"]()

@@ -18,6 +18,8 @@ class Point(Registered):
 
     _kind: ClassVar[int] = 2
     _deleter: ClassVar[str] = "delete_point"
+    _counter: ClassVar[str] = "get_point_count"
+    _lister: ClassVar[str] = "get_all_points"
     __slots__ = ()
 
     @classmethod

@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import operator
 from typing import ClassVar, List, Sequence, Tuple
 
 import numpy as np
@@ -9,8 +10,9 @@ from numpy.typing import ArrayLike
 
 from . import _arrays as arrays
 from ._arrays import FloatArray, address
+from ._batches import PAIR, VECTOR, broadcast_pairs, count_of, evaluate, surface_result
 from ._handles import Registered
-from ._library import call, call_expecting, call_for_value, text_of
+from ._library import box_of, call, call_expecting, text_of, values_of
 from .curve import Z_AXIS, Curve
 from .mesh import Mesh
 
@@ -21,13 +23,25 @@ MESH_TOLERANCE = 1e-3
 class Surface(Registered):
     """A surface over [0, 1] x [0, 1].
 
-    A B-spline or NURBS surface is evaluated on clamped uniform knots, whatever its stored knots are;
-    those are what `knots` returns and what splitting, elevation and arithmetic work on. Methods that
-    change a surface return a new one; only `set_control_point` changes the surface itself.
+    Two evaluations, which differ for B-spline and NURBS surfaces whose knots are not uniform:
+
+    `surface(uv)`, like `derivatives`, `grid`, `normals`, `closest` and `mesh`, clamps u and v to
+    [0, 1] and takes *clamped uniform knots* in place of the stored ones. The derivatives and
+    normals of a rational surface are placeholders there.
+
+    `surface.exact(uv)` takes the *stored knots*, which `knots` returns and which splitting,
+    elevation and arithmetic work on. Its u and v are in the units of those knots (`exact_domain`),
+    and it has the true derivatives and normals of rational surfaces. Use it for a surface that was
+    brought in from elsewhere on knots of its own.
+
+    Methods that change a surface return a new one; only `set_control_point` and `transform` change
+    the surface itself.
     """
 
     _kind: ClassVar[int] = 1
     _deleter: ClassVar[str] = "delete_surface"
+    _counter: ClassVar[str] = "get_surfaces_count"
+    _lister: ClassVar[str] = "get_all_surfaces"
     __slots__ = ()
 
     # ---- making: nets ----
@@ -46,7 +60,7 @@ class Surface(Registered):
         degrees: Tuple[int, int] = (3, 3),
         knots: "Tuple[ArrayLike, ArrayLike] | None" = None,
     ) -> "Surface":
-        """A B-spline surface from (nU, nV, 3) control points; clamped uniform knots unless given."""
+        """A B-spline surface from (nU, nV, 3) control points, clamped uniform knots by default."""
         points = arrays.net(net)
         counts = points.shape[:2]
         if knots is None:
@@ -54,6 +68,30 @@ class Surface(Registered):
         u, v = arrays.floats(knots[0]), arrays.floats(knots[1])
         knot_arrays = (address(u), u.size, address(v), v.size)
         return cls(call("create_bspline_surface", address(points), *counts, *degrees, *knot_arrays))
+
+    @classmethod
+    def nurbs(
+        cls,
+        points: ArrayLike,
+        weights: ArrayLike,
+        knots: Tuple[ArrayLike, ArrayLike],
+        degrees: Tuple[int, int],
+    ) -> "Surface":
+        """A rational B-spline surface; `exact` evaluates it as it is given here.
+
+        Args:
+            points: (nU, nV, 3) control points.
+            weights: (nU, nV), each above 0.
+            knots: in u and v: (nU + degree + 1,) and (nV + degree + 1,), never decreasing.
+            degrees: in u and v, at least 1 and below the number of points.
+        """
+        net, heaviness = arrays.net(points), arrays.floats(weights)
+        if heaviness.shape != net.shape[:2]:
+            raise ValueError(f"a net of {net.shape[:2]} needs such weights, not {heaviness.shape}")
+        u, v = arrays.floats(knots[0]), arrays.floats(knots[1])
+        knot_arrays = (address(u), u.size, address(v), v.size)
+        given = (address(net), *net.shape[:2], address(heaviness))
+        return cls(call("create_surface_nurbs", *given, *knot_arrays, *degrees))
 
     # ---- making: analytic surfaces ----
 
@@ -174,14 +212,8 @@ class Surface(Registered):
     @property
     def knots(self) -> Tuple[FloatArray, FloatArray]:
         """The stored knots in u and v."""
-        return self._knots("u"), self._knots("v")
-
-    def _knots(self, direction: str) -> FloatArray:
-        count = call(f"get_surface_{direction}_knots_count", self.handle)
-        values, used = np.empty(max(count, 1)), arrays.int_out()
-        name = f"get_surface_{direction}_knot_vector"
-        call(name, self.handle, address(values), values.size, used)
-        return values[: used[0]]
+        u, v = (values_of(f"get_surface_{d}_knot_vector", self.handle) for d in "uv")
+        return u, v
 
     @property
     def is_rational(self) -> bool:
@@ -196,33 +228,103 @@ class Surface(Registered):
         u_min, u_max, v_min, v_max = arrays.as_tuple(out)
         return u_min, u_max, v_min, v_max
 
+    @property
+    def exact_domain(self) -> Tuple[float, float, float, float]:
+        """(u_min, u_max, v_min, v_max) of `exact`: the stored knots' range, else `domain`."""
+        if not call("get_surface_u_knots_count", self.handle):
+            return self.domain
+        (p, q), (u, v) = self.degrees, self.knots
+        return float(u[p]), float(u[-p - 1]), float(v[q]), float(v[-q - 1])
+
+    @property
+    def weights(self) -> FloatArray:
+        """The (nU, nV) weights of a NURBS surface; MorvelError for others."""
+        values = values_of("get_surface_weights", self.handle)
+        return values.reshape(call("get_surface_u_control_points_count", self.handle), -1)
+
+    @property
+    def bounding_box(self) -> Tuple[FloatArray, FloatArray]:
+        """The least and the greatest corner of a box that holds the surface."""
+        return box_of("get_surface_bounding_box", self.handle)
+
     def area(self) -> float:
         """The area of the surface's 20 x 20 polyhedron."""
         return float(call("get_surface_area", self.handle, MESH_TOLERANCE))
 
-    # ---- evaluating ----
+    # ---- evaluating: parameters of any shape, one call of the kernel ----
 
-    def point(self, u: float, v: float) -> FloatArray:
-        """The point at a parameter pair."""
-        return self.derivatives(u, v, 0)["point"]
+    def __call__(self, uv: ArrayLike) -> FloatArray:
+        """Points: (..., 3) for parameters of shape (..., 2).
 
-    def normal(self, u: float, v: float) -> FloatArray:
-        """The unit normal; zero where the surface has none."""
-        normal = call_for_value("get_surface_normal_at_parameter", self.handle, u, v)
-        return np.array([normal.x, normal.y, normal.z])
+        A spline surface is taken on clamped uniform knots; `exact` is the one on its stored knots.
+        ArgumentError where a parameter is not finite.
+        """
+        return self.derivatives(uv, 0)
 
-    def derivatives(self, u: float, v: float, order: int = 1) -> "dict[str, FloatArray]":
-        """The point ("point"), and up to order 2 "du", "dv", "duu", "duv", "dvv"."""
-        if order not in (0, 1, 2):
-            raise ValueError(f"order must be 0, 1 or 2, not {order}")
-        at = call_for_value("evaluate_surface_at_parameter", self.handle, u, v)
-        result = {"point": np.array([at.x, at.y, at.z])}
-        for name, words in (("first", ("du", "dv")), ("second", ("duu", "duv", "dvv")))[:order]:
-            vectors = arrays.empty_points(len(words))
-            outs = [address(row) for row in vectors]
-            call(f"get_surface_{name}_derivatives", self.handle, u, v, *outs)
-            result.update(zip(words, vectors))
-        return result
+    def point(self, u: ArrayLike, v: ArrayLike) -> FloatArray:
+        """The same for u and v apart, which broadcast."""
+        return self(broadcast_pairs(u, v))
+
+    def derivatives(self, uv: ArrayLike, order: int = 1) -> FloatArray:
+        """Points and derivatives at parameters of shape (..., 2).
+
+            point, du, dv, normal = np.moveaxis(surface.derivatives(uv), -2, 0)
+
+        By contract those of a rational surface are placeholders (unit x, unit y, normal z); `exact`
+        gives the true ones.
+
+        Args:
+            uv: ArgumentError where a parameter is not finite.
+            order: 0, 1 or 2; ValueError for any other.
+
+        Returns:
+            Order 0: (..., 3), the points. Order 1: (..., 4, 3), point, du, dv and unit normal.
+            Order 2: (..., 7, 3), then duu, duv and dvv.
+        """
+        result = surface_result(order)
+        return evaluate("evaluate_surface_batch", self.handle, uv, PAIR, result, order)
+
+    def exact(self, uv: ArrayLike, order: int = 0) -> FloatArray:
+        """Points and derivatives of the surface that the stored knots define.
+
+        The same shapes and errors as `derivatives`, with the true derivatives and normals of
+        rational surfaces. Parameters are in units of the stored knots, clamped to `exact_domain`. A
+        surface without knots is evaluated as by `derivatives`.
+        """
+        result = surface_result(order)
+        return evaluate("evaluate_surface_exact_batch", self.handle, uv, PAIR, result, order)
+
+    def grid(self, u: ArrayLike, v: ArrayLike, order: int = 0) -> FloatArray:
+        """Points and derivatives at every pair of a u and a v, on clamped uniform knots.
+
+        Args:
+            u, v: of any shapes, usually (nU,) and (nV,).
+
+        Returns:
+            The vectors of `derivatives`, behind the shape of u and then that of v: (nU, nV, 3) at
+            order 0.
+        """
+        out = np.empty(np.shape(u) + np.shape(v) + surface_result(order))
+        us, vs = arrays.floats(u), arrays.floats(v)
+        given = (address(us), count_of(us.shape), address(vs), count_of(vs.shape))
+        call("evaluate_surface_grid", self.handle, *given, operator.index(order), address(out))
+        return out
+
+    def normals(self, uv: ArrayLike) -> FloatArray:
+        """(..., 3) unit normals at parameters of shape (..., 2); zero where there is none.
+
+        (0, 0, 1) everywhere on a rational surface, by contract: `exact(uv, 1)` has the true ones.
+        """
+        return evaluate("get_surface_normal_batch", self.handle, uv, PAIR, VECTOR)
+
+    def normal(self, u: ArrayLike, v: ArrayLike) -> FloatArray:
+        """The same for u and v apart, which broadcast."""
+        return self.normals(broadcast_pairs(u, v))
+
+    def closest(self, points: ArrayLike) -> FloatArray:
+        """Parameters (..., 2) of the closest points of the surface to points (..., 3)."""
+        name = "get_surface_closest_parameter_batch"
+        return evaluate(name, self.handle, points, VECTOR, PAIR)
 
     def mesh(self, resolution: int = 20) -> Mesh:
         """A triangle mesh of resolution x resolution vertices; resolution 3 to 200."""
@@ -237,6 +339,10 @@ class Surface(Registered):
         return Mesh(vertices, triangles)
 
     # ---- deriving ----
+
+    def copy(self) -> "Surface":
+        """Another surface equal to this one."""
+        return Surface(call("copy_surface", self.handle))
 
     def split_u(self, u: float) -> "Tuple[Surface, Surface]":
         """Both parts of a B-spline or Bezier surface at a parameter from 0 to 1."""

@@ -30,7 +30,8 @@ GUARD_BYTES = 64
 SENTINEL = 7.25
 MOST_ELEMENTS = 300_000  # what a buffer is given; a claim of more is a lie that must be refused
 SECONDS_A_CALL = 20.0
-MOST_SEARCHED = 600  # a search for a closest point takes long, and each is one call's work
+MOST_SEARCHED = 600  # closest points and lengths take long, and each is one call's work
+SEARCHING = ("closest", "length_batch")
 RECORD = "MorvelSurfaceData*"
 CALLBACKS = [LogCallback(), LogCallback(lambda _level, _line, _user: None)]
 ROOM = ("capacity", "max", "size")  # in a length: room, of which the function uses what it needs
@@ -201,12 +202,13 @@ def call_once(world: World, name: str) -> None:
         elif c_type in (RECORD, "void*"):
             values[parameter] = None
     buffers: Dict[str, Optional[Buffer]] = {}
+    is_searching = any(word in name for word in SEARCHING)
     for c_type, parameter, extent in parameters:
         if parameter not in values:
             claimed = extent_of(extent, values)
             is_input = c_type.startswith("const ")
             has_room = not is_input and any(w in (extent or "").lower() for w in ROOM)
-            most = MOST_SEARCHED if "closest" in name else INT_MAX if has_room else MOST_ELEMENTS
+            most = MOST_SEARCHED if is_searching else INT_MAX if has_room else MOST_ELEMENTS
             buffers[parameter] = pointer(world, c_type, parameter, claimed, most, tame)
     arguments = [
         values[p] if p in values else (buffers[p].address if buffers[p] else None)

@@ -7,7 +7,7 @@ import numpy as np
 import pytest
 
 import morvel
-from morvel import Curve, Mesh, Point, Surface
+from morvel import Curve, CurveOnSurface, Mesh, Point, Surface
 
 
 def wavy_net(nu=5, nv=6):
@@ -40,6 +40,7 @@ class TestHandles:
         [
             (lambda: Curve.line((0, 0, 0), (1, 0, 0)), lambda: morvel.counts().curves),
             (lambda: Surface.sphere((0, 0, 0), 1.0), lambda: morvel.counts().surfaces),
+            (lambda: Point.at((0, 0, 0)), lambda: morvel.counts().points),
         ],
     )
     def test_a_stale_object_never_deletes_the_newer_one_under_its_number(self, make, count):
@@ -54,6 +55,21 @@ class TestHandles:
         del old
         gc.collect()
         assert count() == 1 and not new.closed
+
+    def test_a_curve_on_a_surface_outlives_the_surface_but_not_a_clear(self):
+        sphere = Surface.sphere((0, 0, 0), 1.0)
+        curve = CurveOnSurface.bspline(sphere, [[0.1, 0.1], [0.5, 0.9], [0.9, 0.1]], 2)
+        assert curve.base == sphere.handle and curve.handle in CurveOnSurface.handles()
+        t = np.linspace(*curve.interval, 9)
+        assert np.array_equal(curve(t), sphere(curve.uv(t)))
+        sphere.close()
+        assert np.allclose(np.linalg.norm(curve(t), axis=-1), 1.0)
+        with pytest.raises(morvel.MorvelError, match="not registered any more"):
+            curve.base
+        morvel.clear()
+        assert curve.closed and morvel.counts().curves_on_surfaces == 0
+        with pytest.raises(KeyError):
+            curve(t)
 
     def test_a_released_object_stays_in_the_kernel(self):
         number = Point.at((1, 2, 3)).release()
@@ -71,7 +87,9 @@ class TestErrors:
         with pytest.raises(morvel.MorvelError):
             Curve.circle((0, 0, 0), radius=-1.0)
         with Surface.sphere((0, 0, 0), 1.0) as sphere:
-            assert np.allclose(sphere.point(0.3, 0.4), sphere.derivatives(0.3, 0.4)["point"])
+            with pytest.raises(morvel.MorvelError) as caught:
+                sphere.weights
+            assert caught.value.text == "Surface type does not have weights"
 
     @pytest.mark.parametrize(
         "call",
@@ -81,6 +99,12 @@ class TestErrors:
             lambda: Surface.bspline(np.zeros((4, 3))),
             lambda: Surface.sphere((0, 0), 1.0),
             lambda: Surface.sphere((0, 0, 0), 1.0).point(float("nan"), 0.0),
+            lambda: Surface.sphere((0, 0, 0), 1.0)([0.1, 0.2, 0.3]),
+            lambda: Surface.sphere((0, 0, 0), 1.0).derivatives([0.1, 0.2], order=3),
+            lambda: Surface.nurbs(wavy_net(3, 3), np.ones(9), ([0, 0, 0, 1, 1, 1],) * 2, (2, 2)),
+            lambda: CurveOnSurface.bspline(Surface.sphere((0, 0, 0), 1.0), [[0, 0]], 1),
+            lambda: Curve.line((0, 0, 0), (1, 0, 0)).derivatives(0.5, 11),
+            lambda: morvel.set_log_level(1),
             lambda: Surface.sphere((0, 0, 0), 1.0).mesh(2),
             lambda: Curve.line((0, 0, 0), (1, 0, 0)).sample(by="guess"),
         ],
@@ -114,9 +138,11 @@ class TestCurves:
         curve = Curve.bspline(np.random.default_rng(5).normal(size=(9, 3)), knots=
                               [0, 0, 0, 0, 0.1, 0.5, 0.6, 0.9, 2, 3, 3, 3, 3])
         left, right = curve.split(0.7)
-        for u in np.linspace(0, 3, 31):
-            piece = left if u < 0.7 else right
-            assert np.allclose(piece.point(u), curve.point(u), atol=1e-9)
+        assert curve.interval == (0, 3) and left.interval == (0, 0.7)
+        for piece in (left, right):
+            u = np.linspace(*piece.interval, 31)
+            assert np.allclose(piece(u), curve(u), atol=1e-9)
+        assert left.length() + right.length() == pytest.approx(curve.length(), abs=1e-7)
 
     def test_equal_steps_of_length_and_adaptive_samples(self):
         ellipse = Curve.ellipse((0, 0, 0), (1, 0, 0), a=3.0, b=1.0)
@@ -140,13 +166,14 @@ class TestSurfaces:
 
     def test_derivatives_follow_differences(self):
         surface = Surface.bspline(wavy_net())
-        at, h = surface.derivatives(0.4, 0.3, order=2), 1e-5
-        du = (surface.point(0.4 + h, 0.3) - surface.point(0.4 - h, 0.3)) / (2 * h)
-        dv_up, dv_down = (surface.derivatives(0.4, 0.3 + s)["dv"] for s in (h, -h))
-        assert np.allclose(at["du"], du, atol=1e-8)
-        assert np.allclose(at["dvv"], (dv_up - dv_down) / (2 * h), atol=1e-7)
-        normal = np.cross(at["du"], at["dv"])
-        assert np.allclose(surface.normal(0.4, 0.3), normal / np.linalg.norm(normal))
+        uv, h = np.random.default_rng(4).uniform(0.1, 0.9, (20, 2)), 1e-5
+        _, du, dv, normal, _, _, dvv = np.moveaxis(surface.derivatives(uv, order=2), -2, 0)
+        along_u, along_v = np.array([h, 0]), np.array([0, h])
+        assert np.allclose(du, (surface(uv + along_u) - surface(uv - along_u)) / (2 * h), atol=1e-7)
+        dv_up, dv_down = (surface.derivatives(uv + s)[:, 2] for s in (along_v, -along_v))
+        assert np.allclose(dvv, (dv_up - dv_down) / (2 * h), atol=1e-6)
+        cross = np.cross(du, dv)
+        assert np.allclose(normal, cross / np.linalg.norm(cross, axis=1, keepdims=True))
 
     def test_meshes_measure_right(self):
         sphere = Surface.sphere((1, 2, 3), 2.0).mesh(150)

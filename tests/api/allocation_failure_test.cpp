@@ -37,17 +37,22 @@ constexpr double kNet[] = {0, 0, 0, 1, 0, 1, 2, 0, 0, 0, 1, 1, 1, 1,
                            2, 2, 1, 1, 0, 2, 0, 1, 2, 1, 2, 2, 0};
 constexpr double kNetKnots[] = {0, 0, 0, 1, 1, 1};
 constexpr double kMatrix[] = {0, -1, 0, 1, 1, 0, 0, 2, 0, 0, 1, 3, 0, 0, 0, 1};
+constexpr double kNetWeights[] = {1, 2, 1, 2, 3, 2, 1, 2, 1};
+constexpr double kParameters[] = {0.1, 0.7, 0.3, 0.3, 1, 0};  // or pairs of them, or two points
 constexpr double kX[] = {1, 0, 0}, kY[] = {0, 1, 0}, kZ[] = {0, 0, 1};
 
 // The handles that every session starts with, in the order of their making.
 enum StartCurve { kLine = 20000, kCircle, kEllipse, kBezierCurve, kBspline, kNurbs, kOffset };
-enum StartSurface { kPatch = 40000, kPlane, kSphere, kBezierSurface };
+enum StartSurface { kPatch = 40000, kPlane, kSphere, kBezierSurface, kRational };
 constexpr int kPoint = 2000;
+constexpr int kOnPatch = 60000;
 constexpr int kKernelSurface = 1;
 
 double room[4000];
 int numbers[8000];
 char text[200];
+
+void dropLine(trova::foundation::status::Level, std::string_view, void*) {}
 
 // One call of the interface; it says whether it succeeded, and allocates nothing itself.
 struct Step {
@@ -102,6 +107,14 @@ const Step kCurveSteps[] = {
     MADE(rebuild_curve(kBezierCurve, 5, 2, room)),
     DONE(set_curve_matrix(kLine, kMatrix)),
     DONE(apply_curve_matrix(kBspline)),
+    MADE(copy_curve(kNurbs)),
+    DONE(modify_curve_control_point(kNurbs, 1, 5, 6, 7)),
+    DONE(get_curve_parameter_interval(kOffset, room, room + 1)),
+    DONE(get_curve_knot_vector(kNurbs, room, 100, numbers)),
+    DONE(get_curve_weights(kNurbs, room, 100, numbers)),
+    DONE(get_curve_length(kEllipse, room)),
+    DONE(get_curve_bounding_box(kOffset, room, room + 3)),
+    DONE(get_curve_closest_parameter(kNurbs, 1, 2, 3, room)),
     DONE(delete_curve(kLine)),
     STEP(replace_curve_handle(kLine, kCircle), == true),
     STEP(get_next_surface_handle(), > 0),
@@ -109,6 +122,38 @@ const Step kCurveSteps[] = {
     STEP(foundation_evaluate_basis_function(1, 3, 0.5, kKnots, 8), > 0),
     STEP(foundation_evaluate_all_basis_functions(3, 0.5, kKnots, 8, room), == 3),
     STEP(foundation_get_domain_from_knots(kKnots, 8, room, room), == 1),
+};
+
+const Step kBatchSteps[] = {
+    DONE(evaluate_curve_batch(kNurbs, kParameters, 6, 4, room)),
+    DONE(evaluate_curve_batch(kOffset, kParameters, 6, 1, room)),
+    DONE(evaluate_curve_tangent_batch(kEllipse, kParameters, 6, room)),
+    DONE(evaluate_curve_normal_batch(kNurbs, kParameters, 6, room)),
+    DONE(evaluate_curve_curvature_batch(kBezierCurve, kParameters, 6, room)),
+    DONE(evaluate_curve_length_batch(kLine, kParameters, 3, room)),
+    DONE(get_curve_closest_parameter_batch(kBspline, kParameters, 2, room)),
+    DONE(evaluate_surface_batch(kBezierSurface, kParameters, 3, 2, room)),
+    DONE(evaluate_surface_grid(kPatch, kParameters, 6, kParameters, 3, 1, room)),
+    DONE(evaluate_surface_exact_batch(kRational, kParameters, 3, 2, room)),
+    DONE(get_surface_normal_batch(kPatch, kParameters, 3, room)),
+    DONE(get_surface_closest_parameter_batch(kPlane, kParameters, 2, room)),
+    MADE(create_curve_on_surface(kPatch, kParameters, 3, 2)),
+    DONE(get_curve_on_surface_interval(kOnPatch, room, room + 1)),
+    DONE(evaluate_curve_on_surface(kOnPatch, 0.5, room)),
+    DONE(evaluate_curve_on_surface_uv(kOnPatch, 0.5, room)),
+    DONE(evaluate_curve_on_surface_batch(kOnPatch, kParameters, 6, room)),
+    DONE(evaluate_curve_on_surface_uv_batch(kOnPatch, kParameters, 6, room)),
+    STEP(get_curve_on_surface_base(kOnPatch), == kPatch),
+    STEP(get_all_curves_on_surfaces(numbers, 5), == 1),
+    DONE(delete_curve_on_surface(kOnPatch)),
+    STEP(get_all_points(numbers, 5), == 1),
+    {"a line to a host's callback",
+     [] {
+       set_log_callback([](int, const char*, void*) {}, nullptr);
+       const bool isMade = create_point(1, 2, 3) > 0;
+       trova::foundation::status::setSink(dropLine, nullptr);
+       return isMade;
+     }},
 };
 
 const auto kSharedCurve = std::make_shared<BSplineCurve>(unevenCubic());
@@ -134,6 +179,7 @@ const Step kSurfaceSteps[] = {
     MADE(create_surface_bspline(kNet, 3, 3, kNetKnots, 6, kNetKnots, 6, 2, 2)),
     MADE(create_surface_bspline_clamped(kNet, 3, 3, 2, 1)),
     MADE(create_surface_bezier(kNet, 3, 3)),
+    MADE(create_surface_nurbs(kNet, 3, 3, kNetWeights, kNetKnots, 6, kNetKnots, 6, 2, 2)),
     MADE(create_surface_plane(kX, kY, kZ)),
     MADE(create_surface_sphere(0, 0, 0, 1)),
     MADE(create_surface_extrude(kBspline, 0, 0, 1, 2)),
@@ -173,19 +219,31 @@ const Step kSurfaceSteps[] = {
     MADE(convert_surface_to_nurbs(kPlane)),
     DONE(modify_surface_control_point(kPatch, 1, 1, 0, 0, 5)),
     MADE(surface_arithmetic_operation(kPatch, kPatch, 0, 0)),
+    MADE(copy_surface(kRational)),
+    DONE(get_surface_weights(kRational, room, 100, numbers)),
+    DONE(get_surface_bounding_box(kSphere, room, room + 3)),
+    DONE(get_surface_closest_parameter(kBezierSurface, 1, 2, 3, room, room + 1)),
     STEP(set_surface_matrix(kPlane, kMatrix), == 1),
     STEP(apply_surface_matrix(kPatch), == 1),
 };
 
-void dropLine(trova::foundation::status::Level, std::string_view, void*) {}
-
 class AllocationFailure : public KernelSession {
  protected:
   AllocationFailure() { trova::foundation::status::setSink(dropLine, nullptr); }
-  ~AllocationFailure() override { trova::foundation::status::setSink(nullptr, nullptr); }
+  ~AllocationFailure() override {
+    clearCurvesOnSurfaces();
+    trova::foundation::status::setSink(nullptr, nullptr);
+  }
+
+  // No exported function restarts their numbering.
+  static void clearCurvesOnSurfaces() {
+    trova_internal::g_curve_on_surfaces.clear();
+    g_next_curve_on_surface_id = kOnPatch;
+  }
 
   static void startSession() {
     empty();
+    clearCurvesOnSurfaces();
     initialize_kernel();
     create_nurbs_surface(kNet, 3, 3, kNetKnots, 6, kNetKnots, 6, 2, 2);
     create_point(0, 0, 0);
@@ -200,6 +258,8 @@ class AllocationFailure : public KernelSession {
     plane();
     sphere();
     create_surface_bezier(kNet, 3, 3);
+    create_surface_nurbs(kNet, 3, 3, kNetWeights, kNetKnots, 6, kNetKnots, 6, 2, 2);
+    create_curve_on_surface(kPatch, kParameters, 3, 2);
     set_curve_matrix(kBspline, kMatrix);
     set_surface_matrix(kPatch, kMatrix);
     trova_internal::setLastError("");
@@ -209,7 +269,8 @@ class AllocationFailure : public KernelSession {
     int curves = get_curve_count();
     int surfaces = get_surfaces_count();
     int kernelSurfaces = get_kernel_surface_count();
-    std::size_t points = g_points.size();
+    int points = get_point_count();
+    int curvesOnSurfaces = get_curve_on_surface_count();
     std::size_t records = g_loft_params.size() + g_sweep_params.size() + g_revolve_params.size() +
                           g_pipe_params.size();
     bool operator==(const Counts&) const = default;
@@ -255,7 +316,7 @@ class AllocationFailure : public KernelSession {
 };
 
 TEST_F(AllocationFailure, IsEnduredByEveryFamily) {
-  const std::span<const Step> families[] = {kCurveSteps, kObjectSteps, kSurfaceSteps};
+  const std::span<const Step> families[] = {kCurveSteps, kObjectSteps, kSurfaceSteps, kBatchSteps};
   for (const auto family : families)
     for (const Step& step : family)
       expectEndures(step);

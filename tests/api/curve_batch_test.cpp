@@ -57,6 +57,22 @@ TEST_F(CurveBatch, TangentsNormalsAndCurvaturesAreThoseOfTheSingleCalls) {
   }
 }
 
+TEST_F(CurveBatch, LengthsAreThoseOfTheSingleCallsWhateverTheOrderOfEachRange) {
+  for (const int curve : everyType()) {
+    const std::vector<double> t = parameters(curve);
+    const double ranges[] = {t[0], t[200], t[150], t[20], t[7], t[7]};
+    double lengths[3];
+    ASSERT_EQ(evaluate_curve_length_batch(curve, ranges, 3, lengths), 0) << lastError();
+    for (int k = 0; k < 3; ++k) {
+      double single;
+      ASSERT_EQ(evaluate_curve_length(curve, ranges[2 * k], ranges[2 * k + 1], &single), 0);
+      EXPECT_EQ(lengths[k], single) << "curve " << curve << ", range " << k;
+    }
+    EXPECT_GT(lengths[0], lengths[1]);
+    EXPECT_EQ(lengths[2], 0.0);
+  }
+}
+
 TEST_F(CurveBatch, ClosestParametersLeadBackToThePoints) {
   const int curve = store(quarterCircle());
   const double points[] = {2, 0, 0, 0, 3, 0, 5, 5, 5};

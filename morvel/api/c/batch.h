@@ -28,6 +28,9 @@ MORVEL_API int evaluate_curve_normal_batch(int curve, const double* t MORVEL_LEN
                                            double* out MORVEL_LEN(3 * count));
 MORVEL_API int evaluate_curve_curvature_batch(int curve, const double* t MORVEL_LEN(count),
                                               int count, double* out MORVEL_LEN(count));
+/* The lengths between count pairs of parameters, each pair in either order. */
+MORVEL_API int evaluate_curve_length_batch(int curve, const double* ranges MORVEL_LEN(2 * count),
+                                           int count, double* lengths MORVEL_LEN(count));
 /* The parameters of the points of the curve closest to count points x y z. */
 MORVEL_API int get_curve_closest_parameter_batch(int curve,
                                                  const double* points MORVEL_LEN(3 * count),
