@@ -1,6 +1,8 @@
-// Each kind of work twice, by morvel and by SISL, on the same splines and parameters in one run.
-// Compare medians: --benchmark_enable_random_interleaving=true --benchmark_repetitions=9
+// Each kind of work twice, by morvel through its exported functions and by SISL, on the same
+// splines and parameters in one run. Compare medians: --benchmark_enable_random_interleaving=true
+// --benchmark_repetitions=9
 #include <benchmark/benchmark.h>
+#include <morvel/morvel.h>
 #include <sisl.h>
 #include <morvel/morvel.hpp>
 
@@ -11,9 +13,7 @@
 
 namespace {
 
-using trova::foundation::Point3D;
 using trova::geometry::BSplineCurve;
-using trova::geometry::BSplineSurface;
 
 constexpr int kDegree = 3;
 constexpr int kDim = 3;
@@ -55,24 +55,26 @@ void countItems(benchmark::State& state, std::int64_t itemsPerIteration) {
 
 // ---- a bicubic surface -------------------------------------------------------------------------
 
-// One net of random points; SISL stores it with u inner.
+// One net of random points, by handle and as SISL's, which has u inner.
 struct SurfacePair {
   explicit SurfacePair(int count) {
     std::vector<double> net = randomNumbers(std::size_t(count) * count * kDim, 2);
     std::vector<double> innerU;
-    trova::geometry::ControlNet points(count, count);
     for (int j = 0; j < count; ++j)
       for (int i = 0; i < count; ++i) {
         const double* at = net.data() + (std::size_t(i) * count + j) * kDim;
-        points(i, j) = {at[0], at[1], at[2]};
         innerU.insert(innerU.end(), at, at + kDim);
       }
     std::vector<double> knots = clampedKnots(count);
-    own = BSplineSurface::createClamped(std::move(points), kDegree, kDegree);
+    own = create_surface_bspline_clamped(net.data(), count, count, kDegree, kDegree);
     peer.reset(newSurf(count, count, kDegree + 1, kDegree + 1, knots.data(), knots.data(),
                        innerU.data(), kPolynomial, kDim, kOwnCopy));
   }
-  std::unique_ptr<BSplineSurface> own;
+  ~SurfacePair() { delete_surface(own); }
+  SurfacePair(const SurfacePair&) = delete;
+  SurfacePair& operator=(const SurfacePair&) = delete;
+
+  int own = 0;
   std::unique_ptr<SISLSurf, void (*)(SISLSurf*)> peer{nullptr, freeSurf};
 };
 
@@ -80,18 +82,22 @@ void surfacePointsByMorvel(benchmark::State& state) {
   const SurfacePair pair(static_cast<int>(state.range(0)));
   const int order = static_cast<int>(state.range(1));
   std::vector<double> out(std::size_t(kParameterCount) * kMaxResults);
+  int status = 0;
   for (auto _ : state) {
-    pair.own->evaluateBatch(parameters(), order, out.data());
+    status |=
+        evaluate_surface_batch(pair.own, parameters().data(), kParameterCount, order, out.data());
     benchmark::ClobberMemory();
   }
+  if (status) state.SkipWithError("evaluate_surface_batch failed");
   countItems(state, kParameterCount);
 }
 
 void surfacePointsByMorvelSingly(benchmark::State& state) {
   const SurfacePair pair(static_cast<int>(state.range(0)));
+  const double* uv = parameters().data();
   for (auto _ : state)
     for (int k = 0; k < kParameterCount; ++k)
-      benchmark::DoNotOptimize(pair.own->evaluate(parameters()[2 * k], parameters()[2 * k + 1]));
+      benchmark::DoNotOptimize(evaluate_surface_at_parameter(pair.own, uv[2 * k], uv[2 * k + 1]));
   countItems(state, kParameterCount);
 }
 
@@ -122,17 +128,21 @@ void gridByMorvel(benchmark::State& state) {
   const SurfacePair pair(kGridNet);
   const std::vector<double> t = evenNumbers(kGridResolution);
   std::vector<double> out(t.size() * t.size() * kMaxResults);
+  int status = 0;
   for (auto _ : state) {
-    pair.own->evaluateGrid(t, t, 1, out.data());
+    status |= evaluate_surface_grid(pair.own, t.data(), kGridResolution, t.data(), kGridResolution,
+                                    1, out.data());
     benchmark::ClobberMemory();
   }
+  if (status) state.SkipWithError("evaluate_surface_grid failed");
   countItems(state, std::int64_t(kGridResolution) * kGridResolution);
 }
 
 void meshByMorvel(benchmark::State& state) {
   const SurfacePair pair(kGridNet);
+  const trova::geometry::Surface* surface = get_surface_from_registry(pair.own);
   for (auto _ : state)
-    benchmark::DoNotOptimize(pair.own->tessellateUniform(kGridResolution, kGridResolution));
+    benchmark::DoNotOptimize(surface->tessellateUniform(kGridResolution, kGridResolution));
   countItems(state, std::int64_t(kGridResolution) * kGridResolution);
 }
 
@@ -159,17 +169,17 @@ BENCHMARK(gridBySisl);
 
 struct CurvePair {
   explicit CurvePair(int count) {
-    std::vector<double> coordinates = randomNumbers(std::size_t(count) * kDim, 3);
-    std::vector<Point3D> points;
-    for (int i = 0; i < count; ++i)
-      points.emplace_back(coordinates[kDim * i], coordinates[kDim * i + 1],
-                          coordinates[kDim * i + 2]);
+    std::vector<double> points = randomNumbers(std::size_t(count) * kDim, 3);
     std::vector<double> knots = clampedKnots(count);
-    own = BSplineCurve::createClamped(points, kDegree);
-    peer.reset(newCurve(count, kDegree + 1, knots.data(), coordinates.data(), kPolynomial, kDim,
-                        kOwnCopy));
+    own = create_curve_bspline_clamped(points.data(), count, kDegree);
+    peer.reset(
+        newCurve(count, kDegree + 1, knots.data(), points.data(), kPolynomial, kDim, kOwnCopy));
   }
-  std::unique_ptr<BSplineCurve> own;
+  ~CurvePair() { delete_curve(own); }
+  CurvePair(const CurvePair&) = delete;
+  CurvePair& operator=(const CurvePair&) = delete;
+
+  int own = 0;
   std::unique_ptr<SISLCurve, void (*)(SISLCurve*)> peer{nullptr, freeCurve};
 };
 
@@ -179,18 +189,22 @@ void curvePointsByMorvel(benchmark::State& state) {
   const CurvePair pair(static_cast<int>(state.range(0)));
   const int order = static_cast<int>(state.range(1));
   std::vector<double> out(std::size_t(kParameterCount) * (order + 1) * kDim);
+  int status = 0;
   for (auto _ : state) {
-    pair.own->evaluateBatch(curveParameters(), order, out.data());
+    status |= evaluate_curve_batch(pair.own, curveParameters().data(), kParameterCount, order,
+                                   out.data());
     benchmark::ClobberMemory();
   }
+  if (status) state.SkipWithError("evaluate_curve_batch failed");
   countItems(state, kParameterCount);
 }
 
 void curvePointsByMorvelSingly(benchmark::State& state) {
   const CurvePair pair(static_cast<int>(state.range(0)));
+  double point[kDim];
   for (auto _ : state)
     for (const double t : curveParameters())
-      benchmark::DoNotOptimize(pair.own->evaluate(t));
+      benchmark::DoNotOptimize(evaluate_curve_at_parameter(pair.own, t, point));
   countItems(state, kParameterCount);
 }
 

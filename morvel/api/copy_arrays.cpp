@@ -1,11 +1,16 @@
 #include "morvel/api/copy_arrays.h"
 
 #include "morvel/api/exception_guard.h"
+#include "morvel/foundation/quad.h"
+#include "morvel/foundation/wide_registers.h"
 
 namespace trova_internal {
 
 using trova::foundation::checkedCount;
+using trova::foundation::kQuad;
+using trova::foundation::load;
 using trova::foundation::Point3D;
+using trova::foundation::Quad;
 using trova::foundation::Transform3D;
 using trova::geometry::ControlNet;
 
@@ -13,11 +18,41 @@ namespace {
 
 using RowMajorMatrix = Eigen::Matrix<double, 4, 4, Eigen::RowMajor>;
 
+// A product with zero is zero, or NaN where the value is not finite; the sums keep a NaN. Several
+// sums, so that none waits for another.
+[[gnu::always_inline]] inline bool allFiniteOf(const double* values, std::int64_t count) {
+  constexpr int kSums = 4;
+  constexpr std::int64_t kBlock = kSums * kQuad;
+  Quad sums[kSums] = {};
+  std::int64_t i = 0;
+  for (; i + kBlock <= count; i += kBlock) {
+    for (int k = 0; k < kSums; ++k) {
+      Quad some;
+      load(values + i + k * kQuad, some);
+      sums[k] += 0.0 * some;
+    }
+  }
+  const Quad sum = (sums[0] + sums[1]) + (sums[2] + sums[3]);
+  double rest = (sum[0] + sum[1]) + (sum[2] + sum[3]);
+  for (; i < count; ++i)
+    rest += 0.0 * values[i];
+  return rest == 0.0;
+}
+
+MORVEL_WIDE bool wideAllFinite(const double* values, std::int64_t count) {
+  return allFiniteOf(values, count);
+}
+
 void requireFinite(const double* values, std::int64_t count, const char* message) {
   if (!allFinite(values, count)) throw std::invalid_argument(message);
 }
 
 }  // namespace
+
+bool allFinite(const double* values, std::int64_t count) {
+  return trova::foundation::usesWideRegisters ? wideAllFinite(values, count)
+                                              : allFiniteOf(values, count);
+}
 
 bool countsFit(std::initializer_list<std::int64_t> factors) noexcept {
   return guarded(false, FailureTexts{.keepsText = false}, [&] {

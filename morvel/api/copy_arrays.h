@@ -23,10 +23,7 @@ inline constexpr int kMatrixEntries = 16;
 /// Which index of a flat net runs slowest.
 enum class NetOrder { UOuter, VOuter };
 
-inline bool allFinite(const double* values, std::int64_t count) {
-  // A product with zero is zero, or NaN where the value is not finite; the sum keeps a NaN.
-  return (Eigen::Map<const Eigen::ArrayXd>(values, count) * 0.0).sum() == 0.0;
-}
+bool allFinite(const double* values, std::int64_t count);
 
 inline trova::foundation::Point3D readPoint(const double* p) { return {p[0], p[1], p[2]}; }
 inline trova::foundation::Vector3D readVector(const double* p) { return {p[0], p[1], p[2]}; }

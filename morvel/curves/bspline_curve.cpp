@@ -3,10 +3,12 @@
 #include <algorithm>
 #include <cmath>
 #include <stdexcept>
+#include <typeinfo>
 #include <utility>
 
 #include "morvel/curves/chord_length.h"
 #include "morvel/curves/internal/control_points.h"
+#include "morvel/curves/internal/cubic_batch.h"
 #include "morvel/curves/internal/curve_checks.h"
 #include "morvel/curves/internal/definition_point.h"
 #include "morvel/curves/internal/derivative_batch.h"
@@ -93,11 +95,16 @@ std::vector<Vector3D> BSplineCurve::evaluateDerivatives(double u, int order) con
 }
 
 // By contract: through the virtual span search and basis functions, which a derived class may have
-// of its own. `evaluateBatch` goes the direct way and gives the same bits.
+// of its own. Where there is none, `evaluateBatch` goes the direct way and gives the same bits.
 Point3D BSplineCurve::deBoor(double u) const {
   if (!isRegular(points_.size()))
     return Point3D(internal::definitionPoint(basis(), points_.data(), points_.size(), u, 0));
   const int p = getDegree();
+  if (p == foundation::nurbs::kCubicDegree && typeid(*this) == typeid(BSplineCurve)) {
+    Point3D point;
+    internal::cubicBatch<0>(points_.front().eigen().data(), basis(), {&u, 1}, point.eigen().data());
+    return point;
+  }
   const int span = findKnotSpan(u);
   internal::BasisValues values(static_cast<std::size_t>(p) + 1);
   evaluateBasisFunctions(span, u, {values.data(), static_cast<std::size_t>(p) + 1});
@@ -129,21 +136,26 @@ std::vector<Vector3D> BSplineCurve::deBoorDerivatives(double u, int order) const
 void BSplineCurve::evaluateBatch(std::span<const double> t, int order, double* out) const {
   if (!isRegular(points_.size())) return internal::evaluateOneByOne(*this, t, order, out);
   internal::requireOrder(order);
+  const bool isCubic = getDegree() == foundation::nurbs::kCubicDegree;
+  const double* points = points_.front().eigen().data();
+  if (isCubic && order == 0) return internal::cubicBatch<0>(points, basis(), t, out);
+  if (isCubic && order == 1) return internal::cubicBatch<1>(points, basis(), t, out);
+  if (isCubic && order == 2) return internal::cubicBatch<2>(points, basis(), t, out);
+  batchOfAnyDegree(t, order, out);
+}
+
+void BSplineCurve::batchOfAnyDegree(std::span<const double> t, int order, double* out) const {
   const int highest = std::min(order, getDegree());
   internal::BasisDerivatives table((static_cast<std::size_t>(getDegree()) + 1) *
                                    (static_cast<std::size_t>(highest) + 1));
   const std::ptrdiff_t width = internal::kDoublesPerVector * (std::ptrdiff_t(order) + 1);
   for (const double u : t) {
-    if (order == 0) {
-      internal::writeTriple(internal::splinePoint(basis(), points_.data(), u, table.data()), out);
-    } else {
-      std::fill_n(out, width, 0.0);
-      internal::splineDerivatives(basis(), points_.data(), u, highest, table.data(),
-                                  [&](int k, const Eigen::Vector3d& derivative) {
-                                    internal::writeTriple(derivative,
-                                                          out + internal::kDoublesPerVector * k);
-                                  });
-    }
+    std::fill_n(out, width, 0.0);
+    internal::splineDerivatives(basis(), points_.data(), u, highest, table.data(),
+                                [&](int k, const Eigen::Vector3d& derivative) {
+                                  internal::writeTriple(derivative,
+                                                        out + internal::kDoublesPerVector * k);
+                                });
     out += width;
   }
 }

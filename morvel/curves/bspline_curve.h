@@ -91,6 +91,8 @@ class MORVEL_API BSplineCurve : public SplineCurve {
   void invalidateCache();
 
  private:
+  void batchOfAnyDegree(std::span<const double> t, int order, double* out) const;
+
   std::vector<Point3D> points_;
   std::optional<BoundingBox> box_;  // filled where the object is changed anyway, never on a query
 };

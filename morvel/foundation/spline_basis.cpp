@@ -19,6 +19,19 @@ constexpr double kEvenSpacingShare = 0.25;
 // Where the values of a degree stand in a packed triangle, behind those of all lower degrees.
 constexpr std::size_t triangleOffset(std::size_t degree) { return degree * (degree + 1) / 2; }
 
+// From the Bernstein coefficients of the values to those of the derivatives, and the binomial
+// factors into both.
+void differentiateAndScale(CubicPiece& piece) {
+  for (int j = 0; j < 3; ++j)
+    piece.first[j] = 3.0 * piece.scale * (piece.values[j + 1] - piece.values[j]);
+  for (int j = 0; j < 2; ++j)
+    piece.second[j] = 2.0 * piece.scale * (piece.first[j + 1] - piece.first[j]);
+  piece.third = piece.scale * (piece.second[1] - piece.second[0]);
+  piece.values[1] *= 3.0;
+  piece.values[2] *= 3.0;
+  piece.first[1] *= 2.0;
+}
+
 // Room for a triangle: no more than it takes where the degree is a constant.
 template <class Degree>
 struct TriangleRoom : std::integral_constant<std::size_t, triangleOffset(kMaxStackDegree + 1)> {};
@@ -92,6 +105,14 @@ void SplineBasis::detectEvenSpacing() {
     if (!(std::abs(place - j) <= kEvenSpacingShare)) return;
   }
   spansPerUnit_ = spansPerUnit;
+  findDirectRange();
+}
+
+// A little short of where `valuesAtEnds` begins to answer: that is settled by its own differences.
+void SplineBasis::findDirectRange() {
+  constexpr double kMargin = 2 * kKnotTolerance;
+  directStart_ = std::max(start_, knots_.front() + kMargin);
+  directEnd_ = std::min(end_, knots_.back() - kMargin);
 }
 
 void SplineBasis::tabulateReciprocals() {
@@ -102,15 +123,26 @@ void SplineBasis::tabulateReciprocals() {
   }
 }
 
+// The Bernstein coefficients of a polynomial are its blossom at the ends of the span; the
+// recurrence with an argument of its own on every level gives the blossom of all four functions at
+// once (Ramshaw, Blossoming: a connect-the-dots approach to splines).
 void SplineBasis::tabulateCubicPieces() {
-  cubicPieces_.resize(std::size_t(count_) - kCubicDegree);
+  // One too many: a span guessed by rounding may be behind the last. It holds no parameter.
+  cubicPieces_.resize(std::size_t(count_) - kCubicDegree + 1);
   for (int k = kCubicDegree; k < count_; ++k) {
     CubicPiece& piece = cubicPieces_[k - kCubicDegree];
-    std::copy_n(knots_.begin() + (k - 2), piece.knots.size(), piece.knots.begin());
-    auto next = piece.reciprocals.begin();
-    for (int level = 1; level <= kCubicDegree; ++level)
-      for (int i = k + 1 - level; i <= k; ++i)
-        *next++ = reciprocalOrZero(knots_[i + level] - knots_[i]);
+    piece.start = knots_[k];
+    piece.end = knots_[k + 1];
+    piece.scale = reciprocalOrZero(piece.end - piece.start);
+    for (int j = 0; j < kCubicWidth; ++j) {
+      double row[kCubicWidth] = {1.0};
+      const auto raiseTo = [&](auto level) {
+        raise(Constant<kCubicDegree>{}, level, level <= j ? piece.end : piece.start, k, row, row);
+      };
+      forEachLevel(Constant<kCubicDegree>{}, raiseTo);
+      load(row, piece.values[j]);
+    }
+    differentiateAndScale(piece);
   }
 }
 
@@ -134,23 +166,23 @@ bool SplineBasis::valuesAtEnds(double u, double* out) const {
 }
 
 void SplineBasis::valuesOfAnyDegree(double u, int span, double* out) const {
-  if (valuesAtEnds(u, out)) return;
-  if (degree_ == kCubicDegree)
-    cubicRows<0>(cubicPiece(span), u, out);
-  else
-    withDegree(degree_, [&](auto p) { valuesBy(p, u, span, out); });
+  if (!valuesAtEnds(u, out)) withDegree(degree_, [&](auto p) { valuesBy(p, u, span, out); });
 }
 
 void SplineBasis::derivatives(double u, int span, int order, double* out) const {
-  if (degree_ == kCubicDegree && order == 0)
-    cubicRows<0>(cubicPiece(span), u, out);
-  else if (degree_ == kCubicDegree && order == 1)
-    cubicRows<1>(cubicPiece(span), u, out);
-  else if (degree_ == kCubicDegree && order == 2)
-    cubicRows<2>(cubicPiece(span), u, out);
-  else
+  if (degree_ != kCubicDegree) {
     withDegree(degree_, [&](auto p) { derivativesBy(p, u, span, order, out); });
-  valuesAtEnds(u, out);
+    valuesAtEnds(u, out);
+  } else if (order == 0) {
+    cubicDerivatives<0>(u, span, out);
+  } else if (order == 1) {
+    cubicDerivatives<1>(u, span, out);
+  } else if (order == 2) {
+    cubicDerivatives<2>(u, span, out);
+  } else {
+    cubicDerivatives<kCubicDegree>(u, span, out);
+    std::fill_n(out + kCubicWidth * kCubicWidth, (order - kCubicDegree) * kCubicWidth, 0.0);
+  }
 }
 
 // Order k: the values of degree p - k, differenced k times on the way up to degree p.

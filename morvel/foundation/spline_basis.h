@@ -39,6 +39,8 @@ class MORVEL_API SplineBasis {
   /// [U[p], U[n]].
   double start() const { return start_; }
   double end() const { return end_; }
+  /// u brought into that range; a NaN stays one.
+  double clamped(double u) const { return std::min(std::max(u, start_), end_); }
 
   /// As `findKnotSpan`, except that an empty last span gives way to the last non-empty one before
   /// it, and an empty first span to the first non-empty one behind it.
@@ -50,13 +52,9 @@ class MORVEL_API SplineBasis {
   /// out[j * (p + 1) + r] = j-th derivative of N(span - p + r), j = 0 .. order; row 0 as `values`.
   void derivatives(double u, int span, int order, double* out) const;
 
-  /// Further than 1e-12 from both end knots; there `cubicRows` on the piece gives the same bits as
-  /// `values` and `derivatives`.
-  bool isInside(double u) const {
-    return u - knots_.front() >= kKnotTolerance && knots_.back() - u >= kKnotTolerance;
-  }
-  /// The knots and reciprocals around a span; of degree 3 only.
-  const CubicPiece& cubicPiece(int span) const { return cubicPieces_[span - kCubicDegree]; }
+  /// Answers `span(u)` and fills the rows 0 .. Order of `derivatives` as packs; of degree 3 only.
+  template <int Order>
+  int cubicRowsAt(double u, Quad* rows) const;
 
  private:
   // The shared inner functions take degree and level as int, or as a constant that lets the
@@ -85,9 +83,16 @@ class MORVEL_API SplineBasis {
   bool isEmptySpan(int k) const;
   void findEndSpans();
   void detectEvenSpacing();
+  void findDirectRange();
   void tabulateReciprocals();
   void tabulateCubicPieces();
 
+  template <int Order>
+  void cubicRowsIn(int span, double u, Quad* rows) const;
+  template <int Order>
+  [[gnu::noinline]] int cubicRowsAnywhere(double u, Quad* rows) const;
+  template <int Order>
+  void cubicDerivatives(double u, int span, double* out) const;
   int searchedSpan(double u) const;
   int neighbourSpan(double u, int guess) const;
   bool valuesAtEnds(double u, double* out) const;
@@ -101,6 +106,9 @@ class MORVEL_API SplineBasis {
   double start_ = 0.0;
   double end_ = 0.0;
   double spansPerUnit_ = 0.0;  // 0 where the knots are not evenly spaced
+  // Between these a span is guessed by division and no value is rounded to that of an end.
+  double directStart_ = std::numeric_limits<double>::infinity();
+  double directEnd_ = -std::numeric_limits<double>::infinity();
   std::vector<double> knots_;
   std::vector<double> reciprocals_;  // [i p + d - 1] of U[i + d] - U[i]; empty for a high degree
   std::vector<CubicPiece> cubicPieces_;  // [span - 3]; of degree 3 only
@@ -117,9 +125,44 @@ inline int SplineBasis::span(double u) const {
   return neighbourSpan(u, guess);
 }
 
+template <int Order>
+[[gnu::always_inline]] inline int SplineBasis::cubicRowsAt(double u, Quad* rows) const {
+  if (directStart_ < u && u < directEnd_) [[likely]] {
+    const int guess = static_cast<int>((u - start_) * spansPerUnit_);
+    const CubicPiece& piece = cubicPieces_[guess];
+    if (piece.start <= u && u < piece.end) [[likely]] {
+      cubicRows<Order>(piece, u, rows);
+      return guess + kCubicDegree;
+    }
+  }
+  return cubicRowsAnywhere<Order>(u, rows);
+}
+
+template <int Order>
+int SplineBasis::cubicRowsAnywhere(double u, Quad* rows) const {
+  const int found = span(u);
+  cubicRowsIn<Order>(found, u, rows);
+  return found;
+}
+
+template <int Order>
+inline void SplineBasis::cubicRowsIn(int span, double u, Quad* rows) const {
+  cubicRows<Order>(cubicPieces_[span - kCubicDegree], u, rows);
+  double atEnd[kCubicWidth];
+  if (valuesAtEnds(u, atEnd)) load(atEnd, rows[0]);
+}
+
+template <int Order>
+inline void SplineBasis::cubicDerivatives(double u, int span, double* out) const {
+  Quad rows[Order + 1];
+  cubicRowsIn<Order>(span, u, rows);
+  for (int k = 0; k <= Order; ++k)
+    storeAll(rows[k], out + k * kCubicWidth);
+}
+
 inline void SplineBasis::values(double u, int span, double* out) const {
-  if (degree_ == kCubicDegree && isInside(u))
-    cubicRows<0>(cubicPiece(span), u, out);
+  if (degree_ == kCubicDegree)
+    cubicDerivatives<0>(u, span, out);
   else
     valuesOfAnyDegree(u, span, out);
 }

@@ -163,7 +163,8 @@ SurfaceEvaluation BezierSurface::evaluateDerivatives(double u, double v, int ord
 
 SurfaceMesh BezierSurface::tessellateUniform(int uCount, int vCount) const {
   if (controlNet().isEmpty()) return Surface::tessellateUniform(uCount, vCount);
-  SurfaceMesh mesh = gridMesh(uCount, vCount);
+  SurfaceMesh mesh = gridMesh(getParameterDomain(), uCount, vCount);
+  std::size_t next = 0;
   const std::vector<double> us = gridParameters(0.0, 1.0, uCount);
   const std::vector<double> vs = gridParameters(0.0, 1.0, vCount);
   const std::size_t size = 2 * std::size_t(controlNet().vCount());
@@ -175,9 +176,8 @@ SurfaceMesh BezierSurface::tessellateUniform(int uCount, int vCount) const {
     bernsteinDerivatives(getUDegree(), u, 1, inU.data());
     for (std::size_t b = 0; b < vs.size(); ++b) {
       const SurfaceEvaluation at = evaluationOf(controlNet(), inU.data(), inV.data() + b * size, 1);
-      mesh.vertices.push_back(at.point);
-      mesh.normals.push_back(internal::surfaceNormal(at.Su, at.Sv));
-      mesh.parameters.emplace_back(u, vs[b]);
+      mesh.vertices[next] = at.point;
+      mesh.normals[next++] = internal::surfaceNormal(at.Su, at.Sv);
     }
   }
   return mesh;

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <limits>
 #include <stdexcept>
@@ -10,8 +11,9 @@
 #include "morvel/surfaces/foot_point.h"
 #include "morvel/surfaces/grid_sampling.h"
 #include "morvel/surfaces/internal/batch_results.h"
+#include "morvel/surfaces/internal/bicubic_batch.h"
 #include "morvel/surfaces/internal/full_sum.h"
-#include "morvel/surfaces/internal/tensor_evaluate.h"
+#include "morvel/surfaces/internal/tensor_grid.h"
 #include "morvel/surfaces/internal/unit_normal.h"
 
 namespace trova::geometry {
@@ -26,6 +28,54 @@ Vector3D vectorAt(const double* results, int index) {
   results += index * kDim;
   return {results[0], results[1], results[2]};
 }
+
+// Points on either pair of bases, clamped to their range.
+template <int Order>
+void batchOn(const ControlNet& net, const foundation::nurbs::SplineBasis& basisU,
+             const foundation::nurbs::SplineBasis& basisV, std::span<const double> uv,
+             double* out) {
+  using foundation::nurbs::kCubicDegree;
+  if (basisU.degree() == kCubicDegree && basisV.degree() == kCubicDegree)
+    return internal::bicubicBatch<Order>(net.data(), basisU, basisV, uv, out);
+  double results[kDim * internal::derivativeCount(Order)];
+  for (std::size_t k = 0; k + 1 < uv.size(); k += 2, out += batchWidth(Order)) {
+    internal::tensorPoint<kDim, Order>(net.data(), basisU, basisV, basisU.clamped(uv[k]),
+                                       basisV.clamped(uv[k + 1]), results);
+    internal::writeResults<Order>(results, out);
+  }
+}
+
+// Where a grid's results go: into the layout of a batch.
+template <int Order>
+struct BatchSink {
+  double* out;
+  std::size_t countV;
+
+  [[gnu::always_inline]] void operator()(
+      int a, int b, int size,
+      const foundation::Quad (*results)[internal::derivativeCount(Order)]) const {
+    internal::writeGroup<Order>(results, size, out + (a * countV + b) * batchWidth(Order));
+  }
+};
+
+// Into a mesh that has the room.
+struct MeshSink {
+  Point3D* vertices;
+  Vector3D* normals;
+  std::size_t countV;
+
+  [[gnu::always_inline]] void operator()(
+      int a, int b, int size,
+      const foundation::Quad (*results)[internal::derivativeCount(1)]) const {
+    foundation::Quad unit[foundation::kQuad];
+    internal::groupNormals(internal::kSurfaceNormal, results, unit);
+    for (int k = 0; k < size; ++k) {
+      const std::size_t index = a * countV + b + k;
+      foundation::store<kDim>(results[k][0], vertices[index].eigen().data());
+      foundation::store<kDim>(unit[k], normals[index].eigen().data());
+    }
+  }
+};
 
 // Degree 0: 1 on [i / n, (i + 1) / n), and the last function also at 1.
 double stepFunction(int i, double t, int n) {
@@ -107,6 +157,7 @@ SurfaceEvaluation BSplineSurface::evaluateDerivatives(double u, double v, int or
 void BSplineSurface::evaluateBatch(std::span<const double> uv, int order, double* out) const {
   internal::withConstantOrder(order, [&](auto known) {
     constexpr int kOrder = decltype(known)::value;
+    if (usesLocalSupport()) return batchOn<kOrder>(controlNet(), uniformU(), uniformV(), uv, out);
     double results[kDim * internal::derivativeCount(kOrder)];
     for (std::size_t k = 0; k + 1 < uv.size(); k += 2, out += batchWidth(kOrder)) {
       evaluateInto<kOrder>(uv[k], uv[k + 1], results);
@@ -115,56 +166,41 @@ void BSplineSurface::evaluateBatch(std::span<const double> uv, int order, double
   });
 }
 
+void BSplineSurface::evaluateExactBatch(std::span<const double> uv, int order, double* out) const {
+  requireStoredBases();
+  if (!netIsFinite()) throw std::invalid_argument("Control points must be finite");
+  internal::withConstantOrder(order, [&](auto known) {
+    batchOn<decltype(known)::value>(controlNet(), storedU(), storedV(), uv, out);
+  });
+}
+
 void BSplineSurface::evaluateGrid(std::span<const double> u, std::span<const double> v, int order,
                                   double* out) const {
-  const bool areNumbers = internal::areNumbers(u) && internal::areNumbers(v);
   internal::withConstantOrder(order, [&](auto known) {
     constexpr int kOrder = decltype(known)::value;
-    if (!usesLocalSupport() || !areNumbers) {
+    if (!usesLocalSupport()) {
       for (const double s : u) {
         for (const double t : v) {
-          double results[kDim * internal::derivativeCount(kOrder)];
-          evaluateInto<kOrder>(s, t, results);
-          internal::writeResults<kOrder>(results, out);
+          evaluateBatch(std::array{s, t}, kOrder, out);
           out += batchWidth(kOrder);
         }
       }
       return;
     }
-    internal::tensorGrid<kDim, kOrder>(
-        controlNet().data(), uniformU(), uniformV(), internal::clampedToUnit(u),
-        internal::clampedToUnit(v), [&](std::size_t a, std::size_t b, const double* results) {
-          internal::writeResults<kOrder>(results, out + (a * v.size() + b) * batchWidth(kOrder));
-        });
-  });
-}
-
-void BSplineSurface::evaluateExactBatch(std::span<const double> uv, int order, double* out) const {
-  requireStoredBases();
-  if (!netIsFinite()) throw std::invalid_argument("Control points must be finite");
-  internal::withConstantOrder(order, [&](auto known) {
-    constexpr int kOrder = decltype(known)::value;
-    double results[kDim * internal::derivativeCount(kOrder)];
-    for (std::size_t k = 0; k + 1 < uv.size(); k += 2, out += batchWidth(kOrder)) {
-      internal::tensorPoint<kDim, kOrder>(controlNet().data(), storedU(), storedV(),
-                                          internal::clampedToRange(storedU(), uv[k]),
-                                          internal::clampedToRange(storedV(), uv[k + 1]), results);
-      internal::writeResults<kOrder>(results, out);
-    }
+    internal::tensorGridGroups<kDim, kOrder>(controlNet().data(), uniformU(), uniformV(),
+                                             internal::clampedToUnit(u), internal::clampedToUnit(v),
+                                             BatchSink<kOrder>{out, v.size()});
   });
 }
 
 SurfaceMesh BSplineSurface::tessellateUniform(int uCount, int vCount) const {
   if (!usesLocalSupport()) return Surface::tessellateUniform(uCount, vCount);
-  SurfaceMesh mesh = gridMesh(uCount, vCount);
+  SurfaceMesh mesh = gridMesh(getParameterDomain(), uCount, vCount);
   const std::vector<double> us = gridParameters(0.0, 1.0, uCount);
   const std::vector<double> vs = gridParameters(0.0, 1.0, vCount);
-  internal::tensorGrid<kDim, 1>(
-      controlNet().data(), uniformU(), uniformV(), us, vs, [&](int a, int b, const double* at) {
-        mesh.vertices.push_back(pointAt(at));
-        mesh.normals.push_back(internal::surfaceNormal(vectorAt(at, 1), vectorAt(at, 2)));
-        mesh.parameters.emplace_back(us[a], vs[b]);
-      });
+  internal::tensorGridGroups<kDim, 1>(
+      controlNet().data(), uniformU(), uniformV(), us, vs,
+      MeshSink{mesh.vertices.data(), mesh.normals.data(), vs.size()});
   return mesh;
 }
 

@@ -3,11 +3,13 @@
 #include <stdexcept>
 
 #include "morvel/foundation/checked_count.h"
+#include "morvel/surfaces/surface_batch.h"
 
 namespace trova::geometry {
 namespace {
 
 constexpr int kIndicesPerCell = 6;
+constexpr int kCornersPerCell = 4;
 
 std::size_t sampleCount(int uCount, int vCount) {
   return static_cast<std::size_t>(foundation::checkedCount({uCount, vCount}));
@@ -25,6 +27,16 @@ void forEachCell(int uCount, int vCount, Visit visit) {
     for (std::int32_t b = 0; b + 1 < vCount; ++b)
       visit(a * vCount + b);
   }
+}
+
+std::vector<std::int32_t> gridQuads(int uCount, int vCount) {
+  std::vector<std::int32_t> corners(indexCount(uCount, vCount) / kIndicesPerCell * kCornersPerCell);
+  std::int32_t* next = corners.data();
+  forEachCell(uCount, vCount, [&](std::int32_t k) {
+    for (const std::int32_t corner : {k, k + 1, k + vCount + 1, k + vCount})
+      *next++ = corner;
+  });
+  return corners;
 }
 
 }  // namespace
@@ -61,29 +73,27 @@ std::vector<std::int32_t> gridTriangles(int uCount, int vCount, CellDiagonal dia
   return indices;
 }
 
-SurfaceMesh gridMesh(int uCount, int vCount) {
+SurfaceMesh gridMesh(const ParameterDomain& domain, int uCount, int vCount) {
   requireGrid(uCount, vCount);
+  const std::vector<double> vs = gridParameters(domain.vMin, domain.vMax, vCount);
   SurfaceMesh mesh;
-  const std::size_t samples = sampleCount(uCount, vCount);
-  mesh.vertices.reserve(samples);
-  mesh.normals.reserve(samples);
-  mesh.parameters.reserve(samples);
-  mesh.faces.reserve(indexCount(uCount, vCount) / kIndicesPerCell);
-  forEachCell(uCount, vCount,
-              [&](std::int32_t k) { mesh.addQuad(k, k + 1, k + vCount + 1, k + vCount); });
+  mesh.vertices.resize(sampleCount(uCount, vCount));
+  mesh.normals.resize(mesh.vertices.size());
+  mesh.parameters.reserve(mesh.vertices.size());
+  for (const double u : gridParameters(domain.uMin, domain.uMax, uCount))
+    for (const double v : vs)
+      mesh.parameters.emplace_back(u, v);
+  mesh.faces = MeshFaces::fromQuads(gridQuads(uCount, vCount));
   return mesh;
 }
 
 std::vector<Point3D> sampleGrid(const Surface& surface, int uCount, int vCount) {
   requireGrid(uCount, vCount);
   const ParameterDomain domain = surface.getParameterDomain();
-  std::vector<Point3D> points;
-  points.reserve(sampleCount(uCount, vCount));
-  for (int a = 0; a < uCount; ++a) {
-    const double u = gridParameter(domain.uMin, domain.uMax, a, uCount);
-    for (int b = 0; b < vCount; ++b)
-      points.push_back(surface.evaluate(u, gridParameter(domain.vMin, domain.vMax, b, vCount)));
-  }
+  std::vector<Point3D> points(sampleCount(uCount, vCount));
+  evaluateSurfaceGrid(surface, gridParameters(domain.uMin, domain.uMax, uCount),
+                      gridParameters(domain.vMin, domain.vMax, vCount), 0,
+                      points.front().eigen().data());
   return points;
 }
 

@@ -37,9 +37,10 @@ MORVEL_API std::vector<std::int32_t> gridTriangles(int uCount, int vCount, CellD
 MORVEL_API void writeGridTriangles(int uCount, int vCount, CellDiagonal diagonal,
                                    std::int32_t* indices);
 
-/// A mesh with room for the grid, its quads (k, k + 1, k + n + 1, k + n), and no vertices yet.
+/// A mesh over the grid: its parameters, its quads (k, k + 1, k + n + 1, k + n), and as many
+/// vertices and normals, all zero, for the caller to fill.
 /// @throws as requireGrid
-MORVEL_API SurfaceMesh gridMesh(int uCount, int vCount);
+MORVEL_API SurfaceMesh gridMesh(const ParameterDomain& domain, int uCount, int vCount);
 
 /// `uCount` x `vCount` points of the surface over its domain, u outer.
 /// @throws as requireGrid

@@ -12,7 +12,7 @@
 #include "morvel/surfaces/grid_sampling.h"
 #include "morvel/surfaces/internal/batch_results.h"
 #include "morvel/surfaces/internal/full_sum.h"
-#include "morvel/surfaces/internal/tensor_evaluate.h"
+#include "morvel/surfaces/internal/tensor_grid.h"
 #include "morvel/surfaces/internal/unit_normal.h"
 
 namespace trova::geometry {
@@ -249,8 +249,8 @@ void NurbsSurface::evaluateExactBatch(std::span<const double> uv, int order, dou
     double sums[kDim * internal::derivativeCount(kOrder)];
     for (std::size_t k = 0; k + 1 < uv.size(); k += 2, out += batchWidth(kOrder)) {
       internal::tensorPoint<kDim, kOrder>(homogeneous_.data(), storedU(), storedV(),
-                                          internal::clampedToRange(storedU(), uv[k]),
-                                          internal::clampedToRange(storedV(), uv[k + 1]), sums);
+                                          storedU().clamped(uv[k]), storedV().clamped(uv[k + 1]),
+                                          sums);
       internal::writeEvaluation(rationalResults(sums, kOrder), kOrder, out);
     }
   });
@@ -267,16 +267,15 @@ std::pair<double, double> NurbsSurface::getClosestParameter(const Point3D& point
 
 SurfaceMesh NurbsSurface::tessellateUniform(int uCount, int vCount) const {
   if (!usesLocalSupport()) return Surface::tessellateUniform(uCount, vCount);
-  SurfaceMesh mesh = gridMesh(uCount, vCount);
+  SurfaceMesh mesh = gridMesh(getParameterDomain(), uCount, vCount);
   const std::vector<double> us = gridParameters(0.0, 1.0, uCount);
   const std::vector<double> vs = gridParameters(0.0, 1.0, vCount);
-  const Vector3D normal = internal::surfaceNormal(Vector3D::unitX(), Vector3D::unitY());
-  internal::tensorGrid<kDim, 0>(homogeneous_.data(), uniformU(), uniformV(), us, vs,
-                                [&](int a, int b, const double* sums) {
-                                  mesh.vertices.push_back(projected(sums));
-                                  mesh.normals.push_back(normal);
-                                  mesh.parameters.emplace_back(us[a], vs[b]);
-                                });
+  std::fill(mesh.normals.begin(), mesh.normals.end(),
+            internal::surfaceNormal(Vector3D::unitX(), Vector3D::unitY()));
+  internal::tensorGrid<kDim, 0>(
+      homogeneous_.data(), uniformU(), uniformV(), us, vs, [&](int a, int b, const double* sums) {
+        mesh.vertices[std::size_t(a) * vs.size() + std::size_t(b)] = projected(sums);
+      });
   return mesh;
 }
 

@@ -102,16 +102,11 @@ SurfaceMesh Surface::tessellate(double) const {
 }
 
 SurfaceMesh Surface::tessellateUniform(int uCount, int vCount) const {
-  SurfaceMesh mesh = gridMesh(uCount, vCount);
-  const ParameterDomain domain = getParameterDomain();
-  for (int a = 0; a < uCount; ++a) {
-    const double u = gridParameter(domain.uMin, domain.uMax, a, uCount);
-    for (int b = 0; b < vCount; ++b) {
-      const double v = gridParameter(domain.vMin, domain.vMax, b, vCount);
-      mesh.vertices.push_back(evaluate(u, v));
-      mesh.normals.push_back(getNormal(u, v));
-      mesh.parameters.emplace_back(u, v);
-    }
+  SurfaceMesh mesh = gridMesh(getParameterDomain(), uCount, vCount);
+  for (std::size_t k = 0; k < mesh.parameters.size(); ++k) {
+    const Point2D& at = mesh.parameters[k];
+    mesh.vertices[k] = evaluate(at.x(), at.y());
+    mesh.normals[k] = getNormal(at.x(), at.y());
   }
   return mesh;
 }

@@ -16,7 +16,12 @@ const Spline* asExactly(const Surface& surface) {
 }
 
 void evaluateOne(const Surface& surface, double u, double v, int order, double* out) {
-  internal::writeEvaluation(surface.evaluateDerivatives(u, v, order), order, out);
+  SurfaceEvaluation at;
+  if (order == 0)
+    at.point = surface.evaluate(u, v);
+  else
+    at = surface.evaluateDerivatives(u, v, order);
+  internal::writeEvaluation(at, order, out);
 }
 
 void requireOrder(int order) {

@@ -7,7 +7,7 @@
 
 #include "morvel/foundation/linear_solvers.h"
 #include "morvel/foundation/spline_basis.h"
-#include "morvel/surfaces/internal/tensor_evaluate.h"
+#include "morvel/surfaces/internal/tensor_grid.h"
 
 namespace trova::geometry {
 namespace {

@@ -29,13 +29,13 @@ const Row& coordinates(const Row& row) {
   return row;
 }
 
-/// values[0] rows[0] + ... + values[count - 1] rows[count - 1], summed from zero in this order.
+/// values[0] rows[0] + ... + values[count - 1] rows[count - 1], summed in this order; count >= 1.
 /// `Count` is int, or a constant that lets the compiler unroll.
 template <class Row, class Count>
 auto combination(const double* values, const Row* rows, Count count) {
   using Sum = std::remove_cvref_t<decltype(coordinates(*rows))>;
-  Sum sum = Sum::Zero();
-  for (int r = 0; r < count; ++r)
+  Sum sum = values[0] * coordinates(rows[0]);
+  for (int r = 1; r < count; ++r)
     sum += values[r] * coordinates(rows[r]);
   return sum;
 }

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "morvel/foundation/spline_basis.h"
+#include "morvel/surfaces/internal/group_results.h"
 #include "morvel/surfaces/internal/tensor_evaluate.h"
 #include "morvel/surfaces/internal/unit_normal.h"
 #include "morvel/surfaces/surface_batch.h"
@@ -15,10 +16,6 @@
 // From the results of an evaluation to the layout of a batch (surface_batch.h).
 
 namespace trova::geometry::internal {
-
-/// Where the normal stands, and the second derivatives behind it.
-inline constexpr int kNormalOffset = 9;
-inline constexpr int kSecondOffset = 12;
 
 /// work(order as a constant). @throws std::invalid_argument for an order outside 0 .. 2
 template <class Work>
@@ -44,11 +41,6 @@ inline std::vector<double> clampedToUnit(std::span<const double> values) {
   std::transform(values.begin(), values.end(), clamped.begin(),
                  [](double t) { return clampedToUnit(t); });
   return clamped;
-}
-
-/// A NaN stays one.
-inline double clampedToRange(const foundation::nurbs::SplineBasis& basis, double t) {
-  return std::clamp(t, basis.start(), basis.end());
 }
 
 /// The results of `tensorPoint` with Dim = 3, and their normal.

@@ -10,18 +10,14 @@
 #include "morvel/foundation/tolerances.h"
 #include "morvel/surfaces/internal/bicubic_evaluate.h"
 
-// The inner functions of every tensor-product evaluation: of one point and of grids, polynomial
-// (Dim = 3: x, y, z) and rational (Dim = 4: wx, wy, wz, w), on any pair of bases. They sum only the
-// non-zero products, u first and then v; a grid runs the same operations on the same numbers as a
-// single point and so gives the same bits.
+// The inner functions of every tensor-product evaluation, polynomial (Dim = 3: x, y, z) and
+// rational (Dim = 4: wx, wy, wz, w), on any pair of bases. They sum only the non-zero products, u
+// first and then v.
 //
 // A net is nU rows of nV points of Dim doubles, u outer. Results stand one behind the other, Dim
 // doubles each: S; from order 1 on Su, Sv; at order 2 Suu, Suv, Svv.
 
 namespace trova::geometry::internal {
-
-/// How many results an evaluation of this order gives.
-constexpr int derivativeCount(int order) { return (order + 1) * (order + 2) / 2; }
 
 /// Room for `Rows` basis or partial-sum rows of `width` entries of `Size` doubles, not initialised:
 /// on the stack for degrees up to 29, else on the heap.
@@ -119,84 +115,6 @@ inline void tensorPoint(const double* net, const foundation::nurbs::SplineBasis&
     bicubicPoint<Dim, Order>(net, basisU, basisV, u, v, out);
   else
     tensorPointOfAnyDegree<Dim, Order>(net, basisU, basisV, u, v, out);
-}
-
-/// The basis tables of one direction at many parameters.
-template <int Order>
-class BasisTables {
- public:
-  BasisTables(const foundation::nurbs::SplineBasis& basis, const std::vector<double>& parameters)
-      : size_((std::size_t(basis.degree()) + 1) * (Order + 1)),
-        first_(parameters.size()),
-        tables_(parameters.size() * size_) {
-    for (std::size_t k = 0; k < parameters.size(); ++k)
-      first_[k] = basisTable<Order>(basis, parameters[k], tables_.data() + k * size_);
-  }
-
-  int count() const { return static_cast<int>(first_.size()); }
-  int first(int k) const { return first_[k]; }
-  const double* table(int k) const { return tables_.data() + k * size_; }
-
- private:
-  std::size_t size_;
-  std::vector<int> first_;
-  std::vector<double> tables_;
-};
-
-/// One row of a grid, cubic in v, from its sums over u; a double behind the sums is read too.
-template <int Dim, int Order, class Visit>
-[[gnu::always_inline]] inline void cubicGridRow(const double* sums, std::size_t stride,
-                                                const BasisTables<Order>& inV, int a,
-                                                Visit& visit) {
-  double results[Dim * derivativeCount(Order)];
-  for (int b = 0; b < inV.count(); ++b) {
-    Quad points[Order + 1][kCubicWidth];
-    for (int k = 0; k <= Order; ++k)
-      for (int j = 0; j < kCubicWidth; ++j)
-        load(sums + k * stride + std::size_t(inV.first(b) + j) * Dim, points[k][j]);
-    contractCubicColumns<Dim, Order, 1>(points, inV.table(b), results);
-    visit(a, b, static_cast<const double*>(results));
-  }
-}
-
-template <int Dim, int Order, class Visit>
-MORVEL_WIDE void wideCubicGridRow(const double* sums, std::size_t stride,
-                                  const BasisTables<Order>& inV, int a, Visit& visit) {
-  cubicGridRow<Dim, Order>(sums, stride, inV, a, visit);
-}
-
-/// The same for any degree.
-template <int Dim, int Order, class Visit>
-void gridRow(const double* sums, std::size_t stride, const BasisTables<Order>& inV, int widthV,
-             int a, Visit& visit) {
-  double results[Dim * derivativeCount(Order)];
-  for (int b = 0; b < inV.count(); ++b) {
-    contractAllColumns<Dim, Order>(sums + std::size_t(inV.first(b)) * Dim, stride, widthV,
-                                   inV.table(b), results);
-    visit(a, b, static_cast<const double*>(results));
-  }
-}
-
-/// Every point (us[a], vs[b]), u outer; calls `visit(a, b, results)`. Each direction's basis is
-/// taken once per parameter, and the sums over u once per us[a].
-template <int Dim, int Order, class Visit>
-void tensorGrid(const double* net, const foundation::nurbs::SplineBasis& basisU,
-                const foundation::nurbs::SplineBasis& basisV, const std::vector<double>& us,
-                const std::vector<double>& vs, Visit visit) {
-  const BasisTables<Order> inU(basisU, us);
-  const BasisTables<Order> inV(basisV, vs);
-  const std::size_t stride = std::size_t(basisV.count()) * Dim;
-  std::vector<double> sums(stride * (Order + 1) + 1);
-  for (int a = 0; a < inU.count(); ++a) {
-    contractRows<Order>(net + inU.first(a) * stride, stride, basisU.degree() + 1, inU.table(a),
-                        int(stride), sums.data());
-    if (basisV.degree() != foundation::nurbs::kCubicDegree)
-      gridRow<Dim, Order>(sums.data(), stride, inV, basisV.degree() + 1, a, visit);
-    else if (hasWideRegisters())
-      wideCubicGridRow<Dim, Order>(sums.data(), stride, inV, a, visit);
-    else
-      cubicGridRow<Dim, Order>(sums.data(), stride, inV, a, visit);
-  }
 }
 
 }  // namespace trova::geometry::internal
