@@ -12,6 +12,9 @@ namespace {
 
 constexpr int kMaxTabulatedDegree = 5;
 
+// Pieces of more spans would take longer to make, and to fetch, than the recurrence takes.
+constexpr int kMaxCubicPieces = 1024;
+
 // Knots within this share of a step of their evenly spaced places: a span guessed by division is
 // then off by one at most.
 constexpr double kEvenSpacingShare = 0.25;
@@ -22,14 +25,16 @@ constexpr std::size_t triangleOffset(std::size_t degree) { return degree * (degr
 // From the Bernstein coefficients of the values to those of the derivatives, and the binomial
 // factors into both.
 void differentiateAndScale(CubicPiece& piece) {
-  for (int j = 0; j < 3; ++j)
-    piece.first[j] = 3.0 * piece.scale * (piece.values[j + 1] - piece.values[j]);
-  for (int j = 0; j < 2; ++j)
-    piece.second[j] = 2.0 * piece.scale * (piece.first[j + 1] - piece.first[j]);
-  piece.third = piece.scale * (piece.second[1] - piece.second[0]);
-  piece.values[1] *= 3.0;
-  piece.values[2] *= 3.0;
-  piece.first[1] *= 2.0;
+  for (int r = 0; r < kCubicWidth; ++r) {
+    for (int j = 0; j < 3; ++j)
+      piece.first[j][r] = 3.0 * piece.scale * (piece.values[j + 1][r] - piece.values[j][r]);
+    for (int j = 0; j < 2; ++j)
+      piece.second[j][r] = 2.0 * piece.scale * (piece.first[j + 1][r] - piece.first[j][r]);
+    piece.third[r] = piece.scale * (piece.second[1][r] - piece.second[0][r]);
+    piece.values[1][r] *= 3.0;
+    piece.values[2][r] *= 3.0;
+    piece.first[1][r] *= 2.0;
+  }
 }
 
 // Room for a triangle: no more than it takes where the degree is a constant.
@@ -71,7 +76,8 @@ SplineBasis::SplineBasis(int degree, std::vector<double> knots)
   findEndSpans();
   detectEvenSpacing();
   if (degree_ <= kMaxTabulatedDegree) tabulateReciprocals();
-  if (degree_ == kCubicDegree) tabulateCubicPieces();
+  if (degree_ == kCubicDegree && count_ <= kMaxCubicPieces) tabulateCubicPieces();
+  if (spansPerUnit_ != 0.0 && !cubicPieces_.empty()) findDirectRange();
 }
 
 SplineBasis SplineBasis::clampedUniform(int count, int degree) {
@@ -105,7 +111,6 @@ void SplineBasis::detectEvenSpacing() {
     if (!(std::abs(place - j) <= kEvenSpacingShare)) return;
   }
   spansPerUnit_ = spansPerUnit;
-  findDirectRange();
 }
 
 // A little short of where `valuesAtEnds` begins to answer: that is settled by its own differences.
@@ -135,15 +140,22 @@ void SplineBasis::tabulateCubicPieces() {
     piece.end = knots_[k + 1];
     piece.scale = reciprocalOrZero(piece.end - piece.start);
     for (int j = 0; j < kCubicWidth; ++j) {
-      double row[kCubicWidth] = {1.0};
+      double* row = piece.values[j];
+      row[0] = 1.0;
       const auto raiseTo = [&](auto level) {
         raise(Constant<kCubicDegree>{}, level, level <= j ? piece.end : piece.start, k, row, row);
       };
       forEachLevel(Constant<kCubicDegree>{}, raiseTo);
-      load(row, piece.values[j]);
     }
     differentiateAndScale(piece);
   }
+}
+
+void SplineBasis::recurredCubicRows(double u, int span, int order, double* out) const {
+  if (order == 0)
+    valuesBy(Constant<kCubicDegree>{}, u, span, out);
+  else
+    derivativesBy(Constant<kCubicDegree>{}, u, span, order, out);
 }
 
 int SplineBasis::searchedSpan(double u) const {

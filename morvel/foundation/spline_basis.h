@@ -89,6 +89,7 @@ class MORVEL_API SplineBasis {
 
   template <int Order>
   void cubicRowsIn(int span, double u, Quad* rows) const;
+  void recurredCubicRows(double u, int span, int order, double* out) const;
   template <int Order>
   [[gnu::noinline]] int cubicRowsAnywhere(double u, Quad* rows) const;
   template <int Order>
@@ -111,7 +112,7 @@ class MORVEL_API SplineBasis {
   double directEnd_ = -std::numeric_limits<double>::infinity();
   std::vector<double> knots_;
   std::vector<double> reciprocals_;  // [i p + d - 1] of U[i + d] - U[i]; empty for a high degree
-  std::vector<CubicPiece> cubicPieces_;  // [span - 3]; of degree 3 only
+  std::vector<CubicPiece> cubicPieces_;  // [span - 3]; of degree 3 only, empty for many spans
 };
 
 inline int SplineBasis::span(double u) const {
@@ -147,7 +148,14 @@ int SplineBasis::cubicRowsAnywhere(double u, Quad* rows) const {
 
 template <int Order>
 inline void SplineBasis::cubicRowsIn(int span, double u, Quad* rows) const {
-  cubicRows<Order>(cubicPieces_[span - kCubicDegree], u, rows);
+  if (cubicPieces_.empty()) [[unlikely]] {
+    double flat[(Order + 1) * kCubicWidth];
+    recurredCubicRows(u, span, Order, flat);
+    for (int k = 0; k <= Order; ++k)
+      load(flat + k * kCubicWidth, rows[k]);
+  } else {
+    cubicRows<Order>(cubicPieces_[span - kCubicDegree], u, rows);
+  }
   double atEnd[kCubicWidth];
   if (valuesAtEnds(u, atEnd)) load(atEnd, rows[0]);
 }

@@ -54,6 +54,24 @@ TEST(SplineBasis, EveryDegreeAgreesWithTheDefinition) {
   }
 }
 
+// Above some number of spans nothing is tabulated for each.
+TEST(SplineBasis, ManySpansAgreeWithTheDefinition) {
+  Knots U = clampedUniformKnots(3000, 3);
+  for (std::size_t j = 4; j < 3000; ++j)
+    U[j] = std::pow(U[j], 1.3);
+  const SplineBasis basis(3, U);
+  for (const double u : {0.0, 0.001, U[700], 0.37, 0.999}) {
+    const std::vector<double> rows = derivativesOf(basis, u, 2);
+    for (int k = 0; k <= 2; ++k) {
+      for (int r = 0; r <= 3; ++r)
+        EXPECT_NEAR(rows[4 * k + r], double(oracleDerivative(basis.span(u) - 3 + r, 3, u, U, k)),
+                    1e-13 * std::pow(1e5, k));
+    }
+    const std::vector<double> values = valuesOf(basis, u);
+    EXPECT_TRUE(std::equal(values.begin(), values.end(), rows.begin())) << "bits differ";
+  }
+}
+
 TEST(SplineBasis, SpansAreThoseOfTheSearch) {
   std::vector<Knots> all;
   for (const int n : {4, 5, 7, 10, 50, 1000})
