@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <Eigen/Cholesky>
+#include <Eigen/Eigenvalues>
 #include <Eigen/QR>
 #include <algorithm>
 #include <cmath>
@@ -100,19 +102,48 @@ TEST(BandedSystem, SingularityIsReportedAndNotSolved) {
   EXPECT_FALSE(overflowing.factor());
 }
 
+// By columns and by blocks, the last of them not full; few and many right-hand sides.
 TEST(SymmetricBandedSystem, SolvesNormalEquations) {
-  const int size = 40, bandwidth = 3;
-  const Eigen::MatrixXd M = randomBanded(size, 0, bandwidth);
-  const Eigen::MatrixXd A = M.transpose() * M + 0.1 * Eigen::MatrixXd::Identity(size, size);
-  SymmetricBandedSystem system(size, bandwidth);
-  assemble(system, A, bandwidth, 0);
-  ASSERT_TRUE(system.factor());
-  for (const int width : {1, 3}) {
-    const Rows expected = randomRows(size, width);
-    Rows rows = A * expected;
-    system.solve(rows.data(), width);
-    EXPECT_LT((rows - expected).norm(), 1e-10);
+  for (const auto& [size, bandwidth] :
+       {std::pair{40, 3}, {5, 0}, {7, 20}, {300, 64}, {295, 71}, {130, 129}}) {
+    const Eigen::MatrixXd M = randomBanded(size, 0, bandwidth);
+    const Eigen::MatrixXd A = M.transpose() * M + 0.1 * Eigen::MatrixXd::Identity(size, size);
+    SymmetricBandedSystem system(size, bandwidth);
+    assemble(system, A, bandwidth, 0);
+    ASSERT_TRUE(system.factor());
+    const Eigen::VectorXd pivots = A.llt().matrixL().toDenseMatrix().diagonal();
+    EXPECT_NEAR(system.smallestPivotShare(),
+                (pivots.array().square() / A.diagonal().array()).minCoeff(), 1e-12);
+    for (const int width : {1, 3, 40}) {
+      const Rows expected = randomRows(size, width);
+      Rows rows = A * expected;
+      system.solve(rows.data(), width);
+      EXPECT_LT((rows - expected).norm(), 1e-9 * expected.norm()) << size << " " << bandwidth;
+    }
   }
+}
+
+TEST(SymmetricBandedSystem, IndefinitenessInALaterBlockIsReported) {
+  SymmetricBandedSystem system(200, 80);
+  for (int i = 0; i < 200; ++i)
+    system.add(i, i, i == 150 ? -1.0 : 1.0);
+  EXPECT_FALSE(system.factor());
+}
+
+TEST(LargestEigenvalue, IsTheOneOfTheFullDecomposition) {
+  for (const int size : {1, 2, 30, 500}) {
+    const Eigen::MatrixXd M = randomRows(size, size);
+    const Eigen::MatrixXd A = M.transpose() * M;
+    const double expected =
+        Eigen::SelfAdjointEigenSolver<Eigen::MatrixXd>(A).eigenvalues()[size - 1];
+    const double largest =
+        largestEigenvalue(size, [&](const Eigen::VectorXd& x, Eigen::VectorXd& y) { y = A * x; });
+    EXPECT_NEAR(largest / expected, 1.0, 1e-12) << size;
+  }
+  const auto multiple = [](const Eigen::VectorXd& x, Eigen::VectorXd& y) { y = 3.0 * x; };
+  EXPECT_NEAR(largestEigenvalue(50, multiple), 3.0, 1e-12);  // one step spans the whole space
+  const auto zero = [](const Eigen::VectorXd& x, Eigen::VectorXd& y) { y = 0.0 * x; };
+  EXPECT_EQ(largestEigenvalue(50, zero), 0.0);
 }
 
 TEST(SymmetricBandedSystem, IndefiniteAndSemidefiniteAreReported) {
