@@ -9,6 +9,7 @@
 
 #include "morvel/api/c/batch.h"
 #include "morvel/api/c/curve.h"
+#include "morvel/api/c/curve_fitting.h"
 #include "morvel/api/c/curve_on_surface.h"
 #include "morvel/api/c/foundation.h"
 #include "morvel/api/c/kernel_surface.h"
@@ -16,6 +17,9 @@
 #include "morvel/api/c/registry.h"
 #include "morvel/api/c/surface_create.h"
 #include "morvel/api/c/surface_edit.h"
+#include "morvel/api/c/surface_engine1.h"
+#include "morvel/api/c/surface_engine2.h"
+#include "morvel/api/c/surface_engine3.h"
 #include "morvel/api/c/surface_query.h"
 #include "morvel/api/c/types.h"
 
