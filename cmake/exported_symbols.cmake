@@ -40,6 +40,7 @@ function(morvel_write_version_script output)
   global:
 ${names}    g_curves;
     g_surfaces;
+    g_trimmed_surfaces;
     g_points;
     g_kernel;
     g_last_error;

@@ -14,6 +14,7 @@
 #include "morvel/api/c/foundation.h"
 #include "morvel/api/c/kernel_surface.h"
 #include "morvel/api/c/log.h"
+#include "morvel/api/c/projection.h"
 #include "morvel/api/c/registry.h"
 #include "morvel/api/c/surface_create.h"
 #include "morvel/api/c/surface_edit.h"
@@ -21,6 +22,7 @@
 #include "morvel/api/c/surface_engine2.h"
 #include "morvel/api/c/surface_engine3.h"
 #include "morvel/api/c/surface_query.h"
+#include "morvel/api/c/trimmed_surface.h"
 #include "morvel/api/c/types.h"
 
 #endif

@@ -7,10 +7,11 @@ keep to a few forms, which is what makes them readable by the small parser below
     MORVEL_API int create_curve(const double* points MORVEL_LEN(3 * count), int count);
 
 `MORVEL_LEN(expression)` after a pointer's name gives the number of elements behind the pointer in
-terms of the function's other parameters. A comment holds for the declarations that follow each other
-below it without a blank line. Beside such declarations a header may hold preprocessor lines,
-`MORVEL_C_BEGIN` and `MORVEL_C_END`, `typedef`s, and `struct` and `enum` definitions. Anything else is
-an error, so that no function is passed over in silence.
+terms of the function's other parameters; `sum(sizes)` adds up an array of the caller's. A comment
+holds for the declarations that follow each other below it without a blank line. Beside such
+declarations a header may hold preprocessor lines, `MORVEL_C_BEGIN` and `MORVEL_C_END`, `typedef`s,
+and `struct` and `enum` definitions. Anything else is an error, so that no function is passed over in
+silence.
 """
 
 from __future__ import annotations
@@ -252,7 +253,7 @@ class Parser:
         except SyntaxError:
             raise self.error(function.line, f"{whose}: '{parameter.extent}'") from None
         used = {node.id for node in ast.walk(tree) if isinstance(node, ast.Name)}
-        unknown = used - {other.name for other in function.parameters}
+        unknown = used - {other.name for other in function.parameters} - {"sum"}
         if unknown:
             named = ", ".join(sorted(unknown))
             raise self.error(function.line, f"{whose} names no parameter: {named}")

@@ -43,6 +43,21 @@ Result guarded(Result failed, const FailureTexts& texts, Work&& work) {
   return failed;
 }
 
+/// For families whose code or text depends on the kind of exception: the result is that of
+/// report(what), which must not throw; `what` is null for something that is no std::exception.
+template <class Report, class Work>
+auto guardedBy(Report&& report, Work&& work) -> decltype(work()) {
+  try {
+    return work();
+  } catch (const abi::__forced_unwind&) {
+    throw;
+  } catch (const std::exception& e) {
+    return report(e.what());
+  } catch (...) {
+    return report(nullptr);
+  }
+}
+
 /// The same for exceptions of one type that have an answer of their own; any other passes on to the
 /// guard around it.
 template <class Exception, class Result, class Work>

@@ -1,5 +1,7 @@
 #include "morvel/api/registries.h"
 
+#include <new>
+
 #include "morvel/api/c/registry.h"
 #include "morvel/api/internal/tables.h"
 #include "morvel/api/kernel_object.h"
@@ -27,11 +29,15 @@
 #include "morvel/surfaces/ruled_surface.h"
 #include "morvel/surfaces/sphere_surface.h"
 #include "morvel/surfaces/torus_surface.h"
+#include "morvel/trimmed_surface/rectangular_trimmed_surface.h"
+#include "morvel/trimmed_surface/wire_trimmed_surface.h"
 
 std::unordered_map<int, std::unique_ptr<trova::geometry::Curve>> g_curves;
 int g_next_curve_id = trova_internal::kFirstCurveHandle;
 std::unordered_map<int, std::shared_ptr<trova::geometry::Surface>> g_surfaces;
 int g_next_surface_id = trova_internal::kFirstSurfaceHandle;
+std::unordered_map<int, std::shared_ptr<trova::geometry::trimmed_surface::TrimmedSurface>>
+    g_trimmed_surfaces;
 std::unordered_map<int, trova::foundation::Point3D> g_points;
 int g_next_point_id = trova_internal::kFirstPointHandle;
 int g_next_curve_on_surface_id = trova_internal::kFirstCurveOnSurfaceHandle;
@@ -64,7 +70,12 @@ int storeCurve(std::unique_ptr<Curve> curve) {
 }
 
 int storeSurface(std::unique_ptr<Surface> surface) {
-  return storeIn(surfaceTable(), std::move(surface), "Invalid surface pointer");
+  const int handle = storeIn(surfaceTable(), std::move(surface), "Invalid surface pointer");
+  if (handle > 0 && !keepTrimmedInStep(handle)) {
+    surfaceTable().erase(handle);
+    throw std::bad_alloc();
+  }
+  return handle;
 }
 
 int storeCurveOnSurface(std::unique_ptr<CurveOnSurface> curve) {
@@ -125,6 +136,12 @@ template MORVEL_API tg::RuledSurface* getSurfaceAs<tg::RuledSurface>(int);
 template MORVEL_API tg::LoftSurface* getSurfaceAs<tg::LoftSurface>(int);
 template MORVEL_API tg::PathGuidedSweepSurface* getSurfaceAs<tg::PathGuidedSweepSurface>(int);
 template MORVEL_API tg::PipeSurface* getSurfaceAs<tg::PipeSurface>(int);
+template MORVEL_API tg::trimmed_surface::TrimmedSurface*
+getSurfaceAs<tg::trimmed_surface::TrimmedSurface>(int);
+template MORVEL_API tg::trimmed_surface::RectangularTrimmedSurface*
+getSurfaceAs<tg::trimmed_surface::RectangularTrimmedSurface>(int);
+template MORVEL_API tg::trimmed_surface::WireTrimmedSurface*
+getSurfaceAs<tg::trimmed_surface::WireTrimmedSurface>(int);
 
 void logSurfaceOperation(const char* operation, int handle) {
   trova::foundation::status::debug("surface operation: ", operation, " ", handle);

@@ -18,6 +18,9 @@ namespace trova::geometry {
 class CurveOnSurface;
 class ParametricCurve;
 class ParametricSurface;
+namespace trimmed_surface {
+class TrimmedSurface;
+}
 }  // namespace trova::geometry
 
 class PythonSurfaceKernel;
@@ -29,6 +32,11 @@ extern MORVEL_API int g_next_curve_id;
 /// surface, whose base outlives the deletion of its handle.
 extern MORVEL_API std::unordered_map<int, std::shared_ptr<trova::geometry::Surface>> g_surfaces;
 extern MORVEL_API int g_next_surface_id;
+/// Those of the surfaces that are trimmed, under the same handles: the same objects, which come and
+/// go with their entries in g_surfaces.
+extern MORVEL_API
+    std::unordered_map<int, std::shared_ptr<trova::geometry::trimmed_surface::TrimmedSurface>>
+        g_trimmed_surfaces;
 /// Points by handle, from 2000.
 extern MORVEL_API std::unordered_map<int, trova::foundation::Point3D> g_points;
 extern MORVEL_API int g_next_point_id;

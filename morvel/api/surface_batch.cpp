@@ -5,6 +5,7 @@
 #include "morvel/api/c/batch.h"
 #include "morvel/api/internal/batches.h"
 #include "morvel/api/internal/surface_lookup.h"
+#include "morvel/api/internal/trimmed_surface_lookup.h"
 
 using namespace trova_internal;
 namespace tg = trova::geometry;
@@ -53,7 +54,10 @@ int evaluate_surface_batch(int surface, const double* uv, int count, int order, 
 }
 
 int evaluate_surface_exact_batch(int surface, const double* uv, int count, int order, double* out) {
-  return evaluatePairs(__func__, surface, uv, count, order, out, tg::evaluateSurfaceExactBatch);
+  return evaluatePairs(__func__, surface, uv, count, order, out,
+                       [](const Surface& found, std::span<const double> pairs, int o, double* at) {
+                         tg::evaluateSurfaceExactBatch(untrimmed(found), pairs, o, at);
+                       });
 }
 
 int evaluate_surface_grid(int surface, const double* u, int nU, const double* v, int nV, int order,

@@ -1,5 +1,6 @@
 #include "morvel/api/internal/surface_records.h"
 
+#include "morvel/api/exception_guard.h"
 #include "morvel/api/internal/tables.h"
 
 namespace trova_internal {
@@ -18,10 +19,27 @@ void cacheMesh(int surface, trova::geometry::SurfaceMesh mesh) {
   meshes.insert_or_assign(surface, std::move(mesh));
 }
 
-void forgetSurfaceMesh(int handle) { meshes.erase(handle); }
+bool keepTrimmedInStep(int handle) noexcept {
+  using trova::geometry::trimmed_surface::TrimmedSurface;
+  const auto* entry = surfaceTable().find(handle);
+  auto trimmed = entry ? std::dynamic_pointer_cast<TrimmedSurface>(*entry) : nullptr;
+  if (trimmed) return endsWell([&] { trimmedSurfaceTable().storeAt(handle, std::move(trimmed)); });
+  trimmedSurfaceTable().erase(handle);
+  return true;
+}
+
+void forgetSurfaceMesh(int handle) {
+  meshes.erase(handle);
+  const auto* base = surfaceTable().find(handle);
+  if (!base || !*base) return;
+  for (const auto& entry : trimmedSurfaceTable().map()) {
+    if (entry.second->getBaseSurface() == *base) entry.second->invalidateCache();
+  }
+}
 
 void forgetSurfaceRecords(int handle) {
-  forgetSurfaceMesh(handle);
+  meshes.erase(handle);
+  keepTrimmedInStep(handle);
   g_loft_params.erase(handle);
   g_sweep_params.erase(handle);
   g_revolve_params.erase(handle);
@@ -30,6 +48,7 @@ void forgetSurfaceRecords(int handle) {
 
 void forgetAllSurfaceRecords() {
   meshes.clear();
+  g_trimmed_surfaces.clear();
   g_loft_params.clear();
   g_sweep_params.clear();
   g_revolve_params.clear();

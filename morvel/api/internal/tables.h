@@ -3,6 +3,7 @@
 #include "morvel/api/handle_registry.h"
 #include "morvel/api/registries.h"
 #include "morvel/surfaces/curve_on_surface.h"
+#include "morvel/trimmed_surface/trimmed_surface.h"
 
 // The registries as tables. Exported functions work on these and never touch a map.
 
@@ -31,11 +32,19 @@ inline HandleRegistry<decltype(g_curve_on_surfaces)> curveOnSurfaceTable() {
           registryGenerations.curvesOnSurfaces};
 }
 
+/// The trimmed ones of the surfaces; numbered and restarted with them.
+inline HandleRegistry<decltype(g_trimmed_surfaces)> trimmedSurfaceTable() {
+  return {g_trimmed_surfaces, g_next_surface_id, kFirstSurfaceHandle, registryGenerations.surfaces};
+}
+/// The entry of a handle in the trimmed table follows that in the table of surfaces. False where
+/// there is no memory for it.
+bool keepTrimmedInStep(int handle) noexcept;
+
 /// What is kept beside a surface (its cached mesh, how it was made) is dropped, because the surface
 /// is gone, replaced or changed.
 void forgetSurfaceRecords(int handle);
 void forgetAllSurfaceRecords();
-/// Only the cached mesh: the surface changed in place.
+/// Only what follows from its shape: the surface changed in place.
 void forgetSurfaceMesh(int handle);
 
 }  // namespace trova_internal
