@@ -101,7 +101,16 @@
 #include "morvel/trimmed_surface/wire_chain.h"
 #include "morvel/trimmed_surface/wire_trimmed_surface.h"
 
+#include "morvel/nsided/boundary_constraints.h"
+#include "morvel/nsided/boundary_loop.h"
+#include "morvel/nsided/boundary_surface.h"
+#include "morvel/nsided/hrbf_interpolator.h"
+#include "morvel/nsided/nsided_parameters.h"
+#include "morvel/nsided/rbf_nsided_patch.h"
+#include "morvel/nsided/rbf_thin_plate_spline.h"
+
 #include "morvel/api/kernel_object.h"
 #include "morvel/api/last_error.h"
+#include "morvel/api/nsided_registry.h"
 #include "morvel/api/registries.h"
 #include "morvel/api/trimmed_surface_errors.h"
