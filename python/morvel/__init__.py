@@ -15,29 +15,76 @@ stand for them, delete them when they are closed or let go, and take and give nu
 """
 
 from ._errors import ArgumentError, HandleError, MorvelError
+from .constrained_fitting import ConstrainedFit, fit_surface_constrained, join_surface
 from .curve import Curve
 from .curve_on_surface import CurveOnSurface
+from .fitting import chord_parameters, fit_curve, fit_curve_constrained, interpolate_curve
 from .kernel import Counts, KernelSession, clear, counts, version
 from .log import log_to, print_lines, set_log_level
 from .mesh import Mesh
+from .nsided import FillReport, LoopReport, fill, sort_loop, validate_loop
 from .point import Point
+from .projection import (
+    ProjectedCurves,
+    ProjectedPoints,
+    ProjectionReport,
+    project_curves,
+    project_point,
+    project_points,
+    projection_report,
+)
 from .surface import Surface
+from .surface_fitting import (
+    FitReport,
+    GridReport,
+    fit_surface,
+    fit_surface_with_report,
+    interpolate_grid,
+    interpolate_grid_with_report,
+)
+from .trimmed import TrimmedSurface
 
 __all__ = [
     "ArgumentError",
+    "ConstrainedFit",
     "Counts",
     "Curve",
     "CurveOnSurface",
+    "FillReport",
+    "FitReport",
+    "GridReport",
     "HandleError",
     "KernelSession",
+    "LoopReport",
     "Mesh",
     "MorvelError",
     "Point",
+    "ProjectedCurves",
+    "ProjectedPoints",
+    "ProjectionReport",
     "Surface",
+    "TrimmedSurface",
+    "chord_parameters",
     "clear",
     "counts",
+    "fill",
+    "fit_curve",
+    "fit_curve_constrained",
+    "fit_surface",
+    "fit_surface_constrained",
+    "fit_surface_with_report",
+    "interpolate_curve",
+    "interpolate_grid",
+    "interpolate_grid_with_report",
+    "join_surface",
     "log_to",
     "print_lines",
+    "project_curves",
+    "project_point",
+    "project_points",
+    "projection_report",
     "set_log_level",
+    "sort_loop",
+    "validate_loop",
     "version",
 ]

@@ -38,6 +38,19 @@ class SurfaceData(ctypes.Structure):
     ]
 
 
+class TrimOptions(ctypes.Structure):
+    """How trimmed surfaces judge their loops; only the first member matters to the kernel."""
+
+    _fields_ = [
+        ("boundaryTolerance", ctypes.c_double),
+        ("approximationTolerance", ctypes.c_double),
+        ("firstSwitch", ctypes.c_int),
+        ("secondSwitch", ctypes.c_int),
+        ("thirdSwitch", ctypes.c_int),
+        ("hostValue", ctypes.c_int),
+    ]
+
+
 #: The host's function for lines; whoever hands one over keeps it alive.
 LogCallback = ctypes.CFUNCTYPE(None, ctypes.c_int, ctypes.c_char_p, ctypes.c_void_p)
 

@@ -17,7 +17,7 @@ import sys
 import time
 from typing import Any, Dict, List, Optional
 
-from morvel._library import LogCallback, functions
+from morvel._library import LogCallback, TrimOptions, functions
 from morvel._signatures import SIGNATURES
 
 INT_MAX = 2**31 - 1
@@ -32,7 +32,12 @@ MOST_ELEMENTS = 300_000  # what a buffer is given; a claim of more is a lie that
 SECONDS_A_CALL = 20.0
 MOST_SEARCHED = 600  # closest points and lengths take long, and each is one call's work
 SEARCHING = ("closest", "length_batch")
+MOST_PROJECTED = 6  # every curve on every surface
+PROJECTING = ("project_", "projection_preview", "wire")
 RECORD = "MorvelSurfaceData*"
+VALIDATION = "MorvelNSidedValidation*"
+OPTIONS = "const MorvelTrimOptions*"
+SIZES = "LoopSizes"  # arrays whose numbers are the lengths of what follows: these are never lies
 CALLBACKS = [LogCallback(), LogCallback(lambda _level, _line, _user: None)]
 ROOM = ("capacity", "max", "size")  # in a length: room, of which the function uses what it needs
 UNCHECKED = ("foundation_",)  # they check no values, as their header says
@@ -81,6 +86,8 @@ class World:
         for handle in self.handles.get("curveonsurface", []):
             f["delete_curve_on_surface"](handle)
         f["initialize_kernel"]()
+        f["cleanup_surface_engine1"]()
+        f["cleanup_surface_engine2"]()
         net = (ctypes.c_double * 48)(*[c for i in range(4) for j in range(4) for c in (i, j, i * j % 3)])
         bend = (ctypes.c_double * 15)(0, 0, 0, 1, 2, 0, 2, -1, 1, 3, 1, 0, 4, 0, 0)
         knots = (ctypes.c_double * 8)(0, 0, 0, 0, 1, 1, 1, 1)
@@ -116,10 +123,18 @@ class World:
             f["create_surface_pipe"](curves[4], 0.2),
             f["create_surface_nurbs"](at[0], 4, 4, at[4], at[2], 8, at[2], 8, 3, 3),
         ]
+        surfaces += [
+            f["create_trimmed_surface_with_circular_hole"](surfaces[2], 0.5, 0.4, 0.2, None),
+            f["create_rectangular_trimmed_surface"](surfaces[3], 0.1, 0.9, 0.2, 0.8, 1, 0, None),
+        ]
         on_surfaces = [f["create_curve_on_surface"](surface, at[5], 4, 2) for surface in surfaces]
         points = [f["create_point"](1, 2, 3)]
         kernel = [f["create_nurbs_surface"](at[0], 4, 4, at[2], 8, at[2], 8, 3, 3)]
-        made = curves + surfaces + points + kernel + on_surfaces
+        engines = [f["create_surface_engine1"](at[0], 16), f["create_surface_engine2"](at[0], 4, 4, 2, 3, 0)]
+        f["fit_surface_engine1"](engines[0], 2)
+        f["initialize_surface_engine2"](engines[1])
+        f["create_surface_engine2_interpolated_surface"](engines[1])
+        made = curves + surfaces + points + kernel + on_surfaces + engines
         assert min(made) > 0, f"the world could not be built: {made}"
         self.handles = {
             "curveonsurface": on_surfaces,
@@ -127,6 +142,7 @@ class World:
             "surface": surfaces,
             "point": points,
             "id": kernel,
+            "engine": engines,
         }
 
     def counts(self) -> List[int]:
@@ -149,6 +165,11 @@ class World:
     def number(self, tame: float) -> float:
         return self.random.choice(TAME_NUMBERS if self.random.random() < tame else NUMBERS)
 
+    def trim_options(self) -> Optional[int]:
+        tolerance, other = self.number(0.5), self.number(0.5)
+        self.options = TrimOptions(tolerance, other, *(self.whole_number("") for _ in range(4)))
+        return self.random.choice([None, ctypes.addressof(self.options)])
+
     def fill(self, buffer: Buffer, name: str, tame: float) -> None:
         if buffer.kind is ctypes.c_double:
             values = [self.number(tame) for _ in range(min(buffer.elements, 64))]
@@ -156,13 +177,21 @@ class World:
                 values.sort()
             for i in range(buffer.elements):
                 buffer.view[i] = values[i % len(values)]
+        elif SIZES.lower() in name.lower():
+            for i in range(buffer.elements):
+                buffer.view[i] = self.random.randint(0, 3)
         elif buffer.kind is ctypes.c_int:
             for i in range(buffer.elements):
                 buffer.view[i] = self.whole_number(name)
 
 
-def extent_of(expression: Optional[str], values: Dict[str, Any]) -> int:
-    whole = {name: value for name, value in values.items() if isinstance(value, int)}
+def extent_of(
+    expression: Optional[str], values: Dict[str, Any], buffers: Dict[str, Optional[Buffer]]
+) -> int:
+    sizes = {name: buffer for name, buffer in buffers.items() if SIZES.lower() in name.lower()}
+    whole: Dict[str, Any] = {"sum": sum}
+    whole.update({name: list(buffer.view) if buffer else [] for name, buffer in sizes.items()})
+    whole.update({name: value for name, value in values.items() if isinstance(value, int)})
     return int(eval(expression, {"__builtins__": {}}, whole)) if expression else 1
 
 
@@ -199,16 +228,20 @@ def call_once(world: World, name: str) -> None:
             values[parameter] = world.random.choice(TEXTS)
         elif c_type == "MorvelLogCallback":
             values[parameter] = world.random.choice(CALLBACKS)
-        elif c_type in (RECORD, "void*"):
+        elif c_type == OPTIONS:
+            values[parameter] = world.trim_options()
+        elif c_type in (RECORD, VALIDATION, "void*"):
             values[parameter] = None
     buffers: Dict[str, Optional[Buffer]] = {}
     is_searching = any(word in name for word in SEARCHING)
+    is_projecting = any(word in name for word in PROJECTING)
     for c_type, parameter, extent in parameters:
         if parameter not in values:
-            claimed = extent_of(extent, values)
+            claimed = extent_of(extent, values, buffers)
             is_input = c_type.startswith("const ")
             has_room = not is_input and any(w in (extent or "").lower() for w in ROOM)
             most = MOST_SEARCHED if is_searching else INT_MAX if has_room else MOST_ELEMENTS
+            most = MOST_PROJECTED if is_projecting and is_input else most
             buffers[parameter] = pointer(world, c_type, parameter, claimed, most, tame)
     arguments = [
         values[p] if p in values else (buffers[p].address if buffers[p] else None)
