@@ -1,59 +1,35 @@
-"""A walk through morvel on real geometry: the Utah teapot and curves beside it.
+"""A walk through morvel on real geometry: the Utah teapot, measured terrain, and a scan.
 
-Run it with `./run demo`. It prints what each step did and how long it took, and writes
-`out/teapot.obj` and `out/teapot.png`.
+Run it with `./run demo`. It prints what each step did and how long it took, and writes pictures and
+meshes to `out/`.
 """
 
 from __future__ import annotations
 
+import logging
 import sys
-import time
 from pathlib import Path
-from typing import Callable, Dict, List, NamedTuple
+from typing import Dict, List
 
 import numpy as np
 
 import morvel
+from cutting import Cutting
+from filling import Filling
 from picture import draw
+from reconstruction import Reconstruction
 from teapot import read_patches
+from walk import Log
 
 ROOT = Path(__file__).resolve().parents[2]
-TEAPOT = ROOT / "examples" / "data" / "teapot.txt"
+DATA = ROOT / "examples" / "data"
+TEAPOT = DATA / "teapot.txt"
 PATCH_RESOLUTION = 24
 GOBLET_RESOLUTION = 80
 
 
-class Step(NamedTuple):
-    """A line of the closing table."""
-
-    name: str
-    outcome: str
-    seconds: float
-
-
-class Log:
-    """Runs the steps of the demo and keeps what they say."""
-
-    def __init__(self) -> None:
-        self.steps: List[Step] = []
-
-    def run(self, name: str, work: Callable[[], str]) -> None:
-        start = time.perf_counter()
-        outcome = work()
-        self.steps.append(Step(name, outcome, time.perf_counter() - start))
-
-    def table(self) -> str:
-        width = max(len(step.name) for step in self.steps)
-        said = max(len(step.outcome) for step in self.steps)
-        lines = [f"{'step':<{width}}  {'outcome':<{said}}  {'ms':>8}"]
-        lines.append("-" * len(lines[0]))
-        for name, outcome, seconds in self.steps:
-            lines.append(f"{name:<{width}}  {outcome:<{said}}  {seconds * 1e3:8.1f}")
-        return "\n".join(lines)
-
-
-class Demo:
-    """The steps, in order; each leaves what later ones need."""
+class Teapot:
+    """Patches, curves and surfaces made of them; each step leaves what later ones need."""
 
     def __init__(self, out: Path) -> None:
         self.out = out
@@ -182,8 +158,13 @@ def main() -> int:
     out = Path(sys.argv[1] if len(sys.argv) > 1 else "out")
     out.mkdir(parents=True, exist_ok=True)
     print(morvel.version())
+    morvel.set_log_level(logging.WARNING)  # the table at the end says what was done
     log = Log()
-    Demo(out).run(log)
+    teapot, measured = Teapot(out), Reconstruction(DATA, out)
+    teapot.run(log)
+    measured.run(log)
+    Cutting(teapot.patches, measured, out).run(log)
+    Filling(DATA, out).run(log)
     print(log.table())
     left = morvel.counts()
     print(f"left in the kernel: {left.curves} curves, {left.surfaces} surfaces")
