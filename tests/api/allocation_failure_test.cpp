@@ -17,10 +17,13 @@ long allocationsUntilFailure = kNever;
 
 }  // namespace
 
-[[gnu::noinline]] void* operator new(std::size_t size) {
+[[gnu::noinline]] void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
   const bool fails = allocationsUntilFailure == 0;
   if (allocationsUntilFailure >= 0) --allocationsUntilFailure;
-  void* memory = fails ? nullptr : std::malloc(size > 0 ? size : 1);
+  return fails ? nullptr : std::malloc(size > 0 ? size : 1);
+}
+[[gnu::noinline]] void* operator new(std::size_t size) {
+  void* memory = operator new(size, std::nothrow);
   if (!memory) throw std::bad_alloc();
   return memory;
 }

@@ -1,5 +1,7 @@
 #include "morvel/api/internal/refusals.h"
 
+#include <algorithm>
+#include <cmath>
 #include <cstdio>
 
 #include "morvel/api/copy_arrays.h"
@@ -24,8 +26,10 @@ int refuseHandle(const char* function, const char* kind, int handle, int code) n
   return refuseIn(function, text, code);
 }
 
+// A few numbers: the single calls' way.
 int checkFinite(const char* function, std::initializer_list<double> values) noexcept {
-  return checkFinite(function, values.begin(), static_cast<std::int64_t>(values.size()));
+  const bool areFinite = std::ranges::all_of(values, [](double x) { return std::isfinite(x); });
+  return areFinite ? kSuccess : refuseIn(function, "numbers must be finite");
 }
 
 int checkFinite(const char* function, const double* values, std::int64_t count) noexcept {
