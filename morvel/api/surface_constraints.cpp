@@ -104,6 +104,7 @@ int apply_surface_g1g2_constraints(int edit_surface, int constraint_surface,
     Pair pair;
     if (const int refused = findPair(edit_surface, constraint_surface, pair)) return refused;
     std::vector<tg::MaskEntry> mask;
+    mask.reserve(static_cast<std::size_t>(mask_count));
     for (int k = 0; k < mask_count; ++k)
       mask.push_back({mask_indices[k], mask_weights[k]});
     const auto read = readConstraints(*pair.other, constraints, count);

@@ -33,7 +33,7 @@ constexpr double kMaxWork = 1e9;
 // Column by column, by one of the two dense solvers.
 template <class Solve>
 bool solveColumns(Solve solve, const Eigen::MatrixXd& A, const Eigen::MatrixXd& right,
-                  Eigen::Ref<Eigen::MatrixXd> out) {
+                  Eigen::Ref<Eigen::MatrixXd>& out) {
   for (Eigen::Index c = 0; c < right.cols(); ++c) {
     Eigen::VectorXd x;
     if (!solve(A, right.col(c), x)) return false;

@@ -29,6 +29,7 @@ ConstrainedBSplineEngine::ConstrainedBSplineEngine(std::vector<PointConstraint> 
                                                    ConstrainedFittingOptions options)
     : GeometricEngine([&] {
         std::vector<Point3D> positions;
+        positions.reserve(constraints.size());
         for (const PointConstraint& constraint : constraints)
           positions.push_back(constraint.position);
         return positions;

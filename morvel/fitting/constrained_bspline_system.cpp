@@ -120,6 +120,7 @@ Eigen::MatrixXd ConstrainedBSplineEngine::build_regularization_matrix() const {
 
 std::vector<Point3D> ConstrainedBSplineEngine::positions_of(const std::vector<int>& indices) const {
   std::vector<Point3D> positions;
+  positions.reserve(indices.size());
   for (const int i : indices)
     positions.push_back(constraints_[i].position);
   return positions;

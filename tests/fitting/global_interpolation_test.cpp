@@ -4,9 +4,11 @@
 
 #include <limits>
 #include <random>
+#include <utility>
 
 #include "morvel/fitting/bspline_interpolation_engine.h"
 #include "morvel/fitting/internal/collocation.h"
+#include "morvel/foundation/wide_registers.h"
 #include "tests/fitting/curve_samples.h"
 
 namespace {
@@ -107,6 +109,13 @@ TEST(Collocation, SolvesManyRightHandSidesAsIfOneByOne) {
     Eigen::VectorXd last = data.col(kWidth - 1);
     ASSERT_TRUE(system.solve(last.data(), 1));
     EXPECT_LT((last - rows.col(kWidth - 1)).cwiseAbs().maxCoeff(), 1e-12);
+
+    // Without wide registers, where there are any: the same bits.
+    decltype(rows) narrow = data;
+    const bool hasThem = std::exchange(trova::foundation::usesWideRegisters, false);
+    ASSERT_TRUE(system.solve(narrow.data(), kWidth));
+    trova::foundation::usesWideRegisters = hasThem;
+    EXPECT_EQ(rows, narrow);
   }
 }
 

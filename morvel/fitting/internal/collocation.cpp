@@ -12,6 +12,7 @@
 #include "morvel/foundation/cubic_basis.h"
 #include "morvel/foundation/knot_vector.h"
 #include "morvel/foundation/tolerances.h"
+#include "morvel/foundation/wide_registers.h"
 
 namespace trova::geometry::internal {
 namespace {
@@ -49,7 +50,8 @@ void withWidth(int width, Work work) {
 }
 
 template <class Width>
-void subtractRow(double* target, const double* source, double factor, Width width) {
+[[gnu::always_inline]] inline void subtractRow(double* target, const double* source, double factor,
+                                               Width width) {
   for (int c = 0; c < width; ++c)
     target[c] -= factor * source[c];
 }
@@ -226,12 +228,25 @@ bool Collocation::solveBlock(double* rows, std::ptrdiff_t stride, int width, dou
 
 void Collocation::solveWithoutPivoting(double* rows, std::ptrdiff_t stride, int width) const {
   withHalf(half(), [&](auto half) {
-    withWidth(width, [&](auto columns) { substitute(half, rows, stride, columns); });
+    withWidth(width, [&](auto columns) {
+      if (foundation::usesWideRegisters)
+        wideSubstitute(half, rows, stride, columns);
+      else
+        substitute(half, rows, stride, columns);
+    });
   });
 }
 
 template <class Half, class Width>
-void Collocation::substitute(Half half, double* rows, std::ptrdiff_t stride, Width width) const {
+MORVEL_WIDE void Collocation::wideSubstitute(Half half, double* rows, std::ptrdiff_t stride,
+                                             Width width) const {
+  substitute(half, rows, stride, width);
+}
+
+template <class Half, class Width>
+[[gnu::always_inline]] inline void Collocation::substitute(Half half, double* rows,
+                                                           std::ptrdiff_t stride,
+                                                           Width width) const {
   for (std::ptrdiff_t i = 1; i < size_; ++i) {
     const double* diagonal = bandRow(i) + half;
     for (std::ptrdiff_t d = std::min<std::ptrdiff_t>(half, i); d >= 1; --d)
@@ -247,9 +262,21 @@ void Collocation::substitute(Half half, double* rows, std::ptrdiff_t stride, Wid
   }
 }
 
-// Column by column, as the dense solvers judge their answers.
 bool Collocation::isSolution(const double* solution, std::ptrdiff_t stride, const double* data,
                              int width) const {
+  return foundation::usesWideRegisters ? isSolutionByWide(solution, stride, data, width)
+                                       : isSolutionBy(solution, stride, data, width);
+}
+
+MORVEL_WIDE bool Collocation::isSolutionByWide(const double* solution, std::ptrdiff_t stride,
+                                               const double* data, int width) const {
+  return isSolutionBy(solution, stride, data, width);
+}
+
+// Column by column, as the dense solvers judge their answers.
+[[gnu::always_inline]] inline bool Collocation::isSolutionBy(const double* solution,
+                                                             std::ptrdiff_t stride,
+                                                             const double* data, int width) const {
   std::array<double, kBlockWidth> sums, residuals{}, largest{}, notFinite{};
   for (std::ptrdiff_t i = 0; i < size_; ++i) {
     const double* entries = entries_.data() + i * (degree_ + 1);

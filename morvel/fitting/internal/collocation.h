@@ -53,11 +53,17 @@ class Collocation {
   bool factorWithPivoting();
   template <class Half, class Width>
   void substitute(Half half, double* rows, std::ptrdiff_t stride, Width width) const;
+  template <class Half, class Width>
+  void wideSubstitute(Half half, double* rows, std::ptrdiff_t stride, Width width) const;
   void solveWithoutPivoting(double* rows, std::ptrdiff_t stride, int width) const;
   void solvePivoted(double* rows, std::ptrdiff_t stride, int width) const;
   bool solveBlock(double* rows, std::ptrdiff_t stride, int width, double* data) const;
   bool isSolution(const double* solution, std::ptrdiff_t stride, const double* data,
                   int width) const;
+  bool isSolutionBy(const double* solution, std::ptrdiff_t stride, const double* data,
+                    int width) const;
+  bool isSolutionByWide(const double* solution, std::ptrdiff_t stride, const double* data,
+                        int width) const;
   int half() const { return degree_ - 1; }
   double* bandRow(std::ptrdiff_t i) { return band_.data() + i * (2 * half() + 1); }
   const double* bandRow(std::ptrdiff_t i) const { return band_.data() + i * (2 * half() + 1); }
