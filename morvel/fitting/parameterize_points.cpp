@@ -79,6 +79,7 @@ std::vector<double> overRange(std::vector<double> values) {
 
 std::vector<double> lineProjection(const std::vector<Point3D>& points, const PrincipalAxes& axes) {
   std::vector<double> places;
+  places.reserve(points.size());
   for (const Point3D& point : points)
     places.push_back((point - axes.centroid).dot(axes.axes[2]));
   return overRange(std::move(places));

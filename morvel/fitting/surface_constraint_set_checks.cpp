@@ -58,7 +58,7 @@ std::string faultOf(const SurfaceNormalConstraint& n) {
 }
 
 std::string faultOf(const G1Constraint& g1) {
-  const std::string fault = placeFault(g1, g1.tangent_u.isFinite() && g1.tangent_v.isFinite());
+  std::string fault = placeFault(g1, g1.tangent_u.isFinite() && g1.tangent_v.isFinite());
   if (!fault.empty()) return fault;
   return G1ConstraintBuilder::validate_individual_constraint(g1)
              ? std::string()

@@ -74,8 +74,10 @@ SurfaceParameters compute_square_lattice_parameters(std::size_t count) {
   if (count < 2) return parameters;
   const double side = std::sqrt(double(count));
   const auto k = static_cast<std::size_t>(side);
-  for (std::size_t i = 0; i < count; ++i)
-    parameters[i] = {double(i % k) / (side - 1.0), double(i / k) / (side - 1.0)};
+  for (std::size_t i = 0; i < count; ++i) {
+    const std::size_t row = i / k;
+    parameters[i] = {double(i % k) / (side - 1.0), double(row) / (side - 1.0)};
+  }
   return parameters;
 }
 

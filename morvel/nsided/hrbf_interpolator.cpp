@@ -97,6 +97,7 @@ bool HRBFInterpolator::FitToConstraints(const std::vector<HermiteConstraint>& co
   size_ = (upper - lower).norm();
   if (!(size_ > 0.0) || !std::isfinite(size_)) return false;
   std::vector<Vector3d> centers;
+  centers.reserve(constraints.size());
   for (const HermiteConstraint& c : constraints)
     centers.push_back((c.point.eigen() - origin_) / size_);
   if (haveCoincidences(centers)) return false;
