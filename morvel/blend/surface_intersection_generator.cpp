@@ -1,0 +1,290 @@
+#include "morvel/blend/surface_intersection_generator.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+#include "morvel/blend/internal/branch_tracer.h"
+#include "morvel/blend/internal/cell_pairs.h"
+
+namespace trova::geometry::blend {
+namespace {
+
+using Eigen::Vector3d;
+using internal::BranchTracer;
+using internal::CellGrid;
+using internal::CellPair;
+using internal::OffsetField;
+using internal::PairParameters;
+using internal::PairPoint;
+using internal::SurfacePair;
+using internal::TracedBranch;
+
+constexpr int kMostBranches = 200;
+constexpr std::size_t kMostTangencies = 24;  // places of contact; more: the surfaces coincide
+constexpr double kReachCells = 1.5;          // how far from its cell's middle a start may lie
+constexpr double kTangentDistance = 1e-6;  // share of the size within which tangent surfaces touch
+constexpr double kFirstStepShare = 0.25;   // of a cell
+constexpr double kKnownShare = 0.02;       // of a step: a start so near a branch lies on it
+constexpr double kJoinShare = 1e-7;        // of the size
+
+IntersectionPoint publicPoint(const PairPoint& at) {
+  return {Point3D(at.point), at.p[0], at.p[1], at.p[2], at.p[3], Vector3D(at.tangent)};
+}
+
+/// The search for all branches of one pair of surfaces.
+class Search {
+ public:
+  Search(const OffsetField& a, const OffsetField& b, const SurfaceIntersectionConfig& config)
+      : config_(config),
+        gridA_(a, config.sampling_resolution),
+        gridB_(b, config.sampling_resolution),
+        pair_(a, b, std::min(gridA_.size(), gridB_.size())),
+        tracer_(pair_, config, kFirstStepShare * cellSize()) {}
+
+  SurfaceIntersection run() {
+    if (!(pair_.size() > 0.0)) return {};
+    const std::vector<CellPair> pairs = meetingCells(gridA_, gridB_);
+    for (const CellPair& cells : pairs) {
+      if (static_cast<int>(traced_.size()) >= kMostBranches || isCoincident(pairs.size())) break;
+      tryPair(cells);
+    }
+    if (isCoincident(pairs.size())) {
+      result_.coincide = true;
+      return std::move(result_);
+    }
+    if (config_.join_pieces) joinPieces();
+    publish();
+    return std::move(result_);
+  }
+
+ private:
+  double cellSize() const {
+    const auto share = [](const CellGrid& grid) {
+      return grid.size() / std::max(1, std::max(grid.cellsU(), grid.cellsV()));
+    };
+    return std::min(share(gridA_), share(gridB_));
+  }
+
+  bool isCoincident(std::size_t pairs) const {
+    return result_.tangencies.size() >= kMostTangencies && traced_.empty() &&
+           pairs >= kMostTangencies;
+  }
+
+  PairParameters parametersAt(const CellPair& cells, double across, double along) const {
+    return {gridA_.uAt(cells.a.i + across), gridA_.vAt(cells.a.j + along),
+            gridB_.uAt(cells.b.i + across), gridB_.vAt(cells.b.j + along)};
+  }
+
+  bool isNearCell(const CellPair& cells, const PairPoint& at) const {
+    const PairParameters middle = parametersAt(cells, 0.5, 0.5);
+    const PairParameters corner = parametersAt(cells, 0.5 + kReachCells, 0.5 + kReachCells);
+    for (int k = 0; k < 4; ++k)
+      if (std::abs(at.p[k] - middle[k]) > std::abs(corner[k] - middle[k])) return false;
+    return true;
+  }
+
+  void tryPair(const CellPair& cells) {
+    constexpr double kShares[][2] = {
+        {0.5, 0.5}, {0.25, 0.25}, {0.75, 0.75}, {0.25, 0.75}, {0.75, 0.25}};
+    PairPoint at;
+    for (const auto& share : kShares) {
+      at.p = pair_.clamped(parametersAt(cells, share[0], share[1]));
+      if (approach(at) && isNearCell(cells, at)) {
+        startAt(at);
+        return;
+      }
+      at = pair_.look(pair_.clamped(at.p));
+      if (isTangentContact(at)) {
+        note(at);
+        return;
+      }
+      if (++retries_ > kMostRetries) return;
+    }
+  }
+
+  // To a point on both, on an edge where the way leads out of the domain.
+  bool approach(PairPoint& at) const {
+    auto outcome = pair_.approach(at);
+    for (int k = 0; k < 4 && outcome == SurfacePair::Outcome::Left; ++k) {
+      const bool isOut = at.p[k] < pair_.low(k) || at.p[k] > pair_.high(k);
+      if (!isOut) continue;
+      PairPoint edge;
+      edge.p = pair_.clamped(at.p);
+      if (pair_.correctOnEdge(edge, k) != SurfacePair::Outcome::Settled) continue;
+      at = edge;
+      outcome = SurfacePair::Outcome::Settled;
+    }
+    return outcome == SurfacePair::Outcome::Settled && at.sine >= tracer_.tangentSine();
+  }
+
+  // Where the surfaces are about parallel, the second point first goes below the first one.
+  bool isTangentContact(PairPoint& at) const {
+    constexpr double kNearlyParallel = 0.02;
+    constexpr int kSteps = 4;
+    const double touching = kTangentDistance * pair_.size();
+    for (int k = 0; k <= kSteps; ++k) {
+      if (!at.a.usable || !at.b.usable || !(at.sine < kNearlyParallel)) return false;
+      const Vector3d apart = at.a.point - at.b.point;
+      if (apart.norm() <= touching) return true;
+      if (!(std::abs(at.b.normal.dot(apart)) <= touching + kNearlyParallel * apart.norm()))
+        return false;
+      PairParameters p = at.p;
+      p[2] += at.b.alongU(apart);
+      p[3] += at.b.alongV(apart);
+      if (!pair_.contains(p)) return false;
+      at = pair_.look(p);
+    }
+    return false;
+  }
+
+  void note(const PairPoint& at) {
+    const double near = cellSize() / 2;
+    for (const IntersectionPoint& known : result_.tangencies)
+      if ((known.point.eigen() - at.point).norm() < near) return;
+    if (result_.tangencies.size() < kMostTangencies) result_.tangencies.push_back(publicPoint(at));
+  }
+
+  bool isKnown(const PairPoint& at) const {
+    for (const TracedBranch& branch : traced_)
+      for (std::size_t k = 0; k + 1 < branch.points.size(); ++k)
+        if (isOnSegment(at, branch.points[k], branch.points[k + 1])) return true;
+    return false;
+  }
+
+  bool isOnSegment(const PairPoint& at, const PairPoint& from, const PairPoint& to) const {
+    const Vector3d chord = to.point - from.point;
+    const double squared = chord.squaredNorm();
+    const double along = (at.point - from.point).dot(chord) / squared;
+    constexpr double kBeyond = 0.02;
+    if (!(along >= -kBeyond && along <= 1.0 + kBeyond)) return false;
+    // The cubic with both directions (Hermite's).
+    const double length = std::sqrt(squared);
+    const double t = along, s = 1.0 - along;
+    const Vector3d cubic = from.point * (s * s * (1 + 2 * t)) + to.point * (t * t * (1 + 2 * s)) +
+                           length * (s * s * t * from.tangent - t * t * s * to.tangent);
+    if ((cubic - at.point).norm() > kKnownShare * length + config_.tolerance * kKnownShare)
+      return false;
+    constexpr double kParameterShare = 0.2;
+    for (int k = 0; k < 4; ++k) {
+      const double there = from.p[k] + t * (to.p[k] - from.p[k]);
+      if (std::abs(at.p[k] - there) > kParameterShare * (pair_.high(k) - pair_.low(k)))
+        return false;
+    }
+    return true;
+  }
+
+  void startAt(const PairPoint& at) {
+    if (isKnown(at)) return;
+    TracedBranch branch = tracer_.trace(at);
+    for (const auto& [end, point] : {std::pair(branch.start, &branch.points.front()),
+                                     std::pair(branch.end, &branch.points.back())})
+      if (end == BranchEnd::Tangency) note(*point);
+    if (branch.points.size() < 2) return;
+    result_.deviation = std::max(result_.deviation, config_.refine ? tracer_.refine(branch) : 0.0);
+    traced_.push_back(std::move(branch));
+  }
+
+  // At the seam of a closed surface one piece ends where the next begins.
+  void joinPieces() {
+    for (std::size_t i = 0; i < traced_.size(); ++i) {
+      bool hasGrown = true;
+      while (hasGrown && !traced_[i].isClosed) {
+        hasGrown = false;
+        if (continues(traced_[i], traced_[i]) && traced_[i].points.size() > 2) {
+          traced_[i].isClosed = true;
+          traced_[i].start = traced_[i].end = BranchEnd::Closed;
+          break;
+        }
+        for (std::size_t j = i + 1; j < traced_.size() && !hasGrown; ++j)
+          hasGrown = attach(i, j);
+      }
+    }
+  }
+
+  bool continues(const TracedBranch& first, const TracedBranch& second) const {
+    const PairPoint& end = first.points.back();
+    const PairPoint& begin = second.points.front();
+    constexpr double kSameDirection = 0.99;
+    return first.end == BranchEnd::Edge && second.start == BranchEnd::Edge &&
+           (end.point - begin.point).norm() <= kJoinShare * pair_.size() &&
+           end.tangent.dot(begin.tangent) > kSameDirection;
+  }
+
+  bool attach(std::size_t i, std::size_t j) {
+    TracedBranch& first = traced_[i];
+    TracedBranch& second = traced_[j];
+    if (second.isClosed) return false;
+    if (!continues(first, second)) {
+      if (!continues(second, first)) return false;
+      std::swap(first, second);
+    }
+    first.points.insert(first.points.end(), second.points.begin(), second.points.end());
+    first.end = second.end;
+    traced_.erase(traced_.begin() + std::ptrdiff_t(j));
+    return true;
+  }
+
+  void publish() {
+    for (const TracedBranch& traced : traced_) {
+      IntersectionBranch branch;
+      branch.is_closed = traced.isClosed;
+      branch.start = traced.start;
+      branch.end = traced.end;
+      for (const PairPoint& at : traced.points) {
+        branch.points.push_back(publicPoint(at));
+        result_.residual = std::max(result_.residual, (at.a.point - at.b.point).norm() / 2);
+      }
+      if (config_.keep_short || branch.length() > config_.tolerance * kKnownShare)
+        result_.branches.push_back(std::move(branch));
+    }
+    if (config_.sort_by_length)
+      std::stable_sort(result_.branches.begin(), result_.branches.end(),
+                       [](const IntersectionBranch& a, const IntersectionBranch& b) {
+                         return a.length() > b.length();
+                       });
+    const auto only = static_cast<std::size_t>(config_.only_branch);
+    if (config_.only_branch >= 0 && only < result_.branches.size())
+      result_.branches = {result_.branches[only]};
+    if (config_.most_branches >= 0 &&
+        result_.branches.size() > static_cast<std::size_t>(config_.most_branches))
+      result_.branches.resize(static_cast<std::size_t>(config_.most_branches));
+  }
+
+  static constexpr int kMostRetries = 4000;
+
+  SurfaceIntersectionConfig config_;
+  CellGrid gridA_;
+  CellGrid gridB_;
+  SurfacePair pair_;
+  BranchTracer tracer_;
+  std::vector<TracedBranch> traced_;
+  SurfaceIntersection result_;
+  int retries_ = 0;
+};
+
+}  // namespace
+
+double IntersectionBranch::length() const {
+  double sum = 0.0;
+  for (std::size_t k = 0; k + 1 < points.size(); ++k)
+    sum += points[k].point.distanceTo(points[k + 1].point);
+  return sum;
+}
+
+SurfaceIntersection SurfaceIntersectionGenerator::computeIntersection(
+    const Surface& surface1, const Surface& surface2, const SurfaceIntersectionConfig& config) {
+  return computeOffsetIntersection(surface1, 0.0, surface2, 0.0, config);
+}
+
+SurfaceIntersection SurfaceIntersectionGenerator::computeOffsetIntersection(
+    const Surface& surface1, double distance1, const Surface& surface2, double distance2,
+    const SurfaceIntersectionConfig& config) {
+  const bool isUsable = surface1.isValid() && surface2.isValid() && std::isfinite(distance1) &&
+                        std::isfinite(distance2) && config.tolerance > 0.0;
+  if (!isUsable) return {};
+  const OffsetField a(surface1, distance1), b(surface2, distance2);
+  return Search(a, b, config).run();
+}
+
+}  // namespace trova::geometry::blend
