@@ -13,7 +13,7 @@ struct Jet {
   Vector3d point;
   Vector3d du;
   Vector3d dv;
-  Vector3d normal;      ///< unit, of the base surface
+  Vector3d normal = Vector3d::Zero();  ///< unit, of the base surface
   double area = 0.0;    ///< normal . (du x dv); below 0 where the offset has turned over
   bool usable = false;  ///< finite, with a normal, and not folded
   bool folded = false;  ///< the distance exceeds a radius of curvature

@@ -16,9 +16,9 @@ struct PairPoint {
   PairParameters p{};
   Jet a;
   Jet b;
-  Vector3d point;     ///< half-way between the two
-  Vector3d tangent;   ///< unit, n1 x n2
-  double sine = 0.0;  ///< |n1 x n2|
+  Vector3d point;                       ///< half-way between the two
+  Vector3d tangent = Vector3d::Zero();  ///< unit, n1 x n2
+  double sine = 0.0;                    ///< |n1 x n2|
 };
 
 class SurfacePair {

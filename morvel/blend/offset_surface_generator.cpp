@@ -1,0 +1,86 @@
+#include "morvel/blend/offset_surface_generator.h"
+
+#include <algorithm>
+
+#include "morvel/blend/internal/net_interpolation.h"
+#include "morvel/blend/internal/offset_field.h"
+
+namespace trova::geometry::blend {
+namespace {
+
+constexpr int kDegree = 3;
+
+int degreeFor(int count) { return std::min(kDegree, count - 1); }
+
+std::vector<double> spreadOver(double low, double high, int count) {
+  std::vector<double> parameters = OffsetSurfaceGenerator::generateParameterGrid(count);
+  for (double& t : parameters)
+    t = low + (high - low) * t;
+  return parameters;
+}
+
+}  // namespace
+
+std::vector<double> OffsetSurfaceGenerator::generateParameterGrid(int count) {
+  return internal::UniformInterpolation(count, degreeFor(count)).parameters();
+}
+
+NormalSamples OffsetSurfaceGenerator::sampleSurfaceWithNormals(const Surface& surface,
+                                                               const std::vector<double>& us,
+                                                               const std::vector<double>& vs,
+                                                               double distance) {
+  NormalSamples samples;
+  samples.nU = static_cast<int>(us.size());
+  samples.nV = static_cast<int>(vs.size());
+  const internal::OffsetField field(surface, distance);
+  for (const double u : us)
+    for (const double v : vs) {
+      const internal::Jet jet = field.at(u, v);
+      const bool hasNormal = jet.normal.squaredNorm() > 0.0 && jet.normal.allFinite();
+      const Vector3D normal = hasNormal ? Vector3D(jet.normal) : Vector3D();
+      samples.points.push_back(Point3D(jet.point) - normal * distance);
+      samples.normals.push_back(normal);
+      if (!hasNormal) ++samples.without_normal;
+      if (jet.folded) ++samples.folded;
+    }
+  return samples;
+}
+
+std::unique_ptr<BSplineSurface> OffsetSurfaceGenerator::fitBSplineToOffsetPoints(
+    const std::vector<Point3D>& points, int nU, int nV) {
+  const bool isUsable =
+      nU >= 2 && nV >= 2 && points.size() == std::size_t(nU) * std::size_t(nV) &&
+      std::all_of(points.begin(), points.end(), [](const Point3D& p) { return p.isFinite(); });
+  if (!isUsable) return nullptr;
+  ControlNet net(nU, nV);
+  for (int i = 0; i < nU; ++i)
+    for (int j = 0; j < nV; ++j)
+      net(i, j) = points[std::size_t(i) * std::size_t(nV) + std::size_t(j)];
+  return internal::surfaceThrough(std::move(net), degreeFor(nU), degreeFor(nV));
+}
+
+std::unique_ptr<BSplineSurface> OffsetSurfaceGenerator::createOffsetSurface(const Surface& surface,
+                                                                            double distance,
+                                                                            int resolution) {
+  return createOffsetSurface(
+      surface, [distance](double, double) { return distance; }, resolution);
+}
+
+std::unique_ptr<BSplineSurface> OffsetSurfaceGenerator::createOffsetSurface(
+    const Surface& surface, const Distance& distance, int resolution) {
+  if (resolution < 2 || !surface.isValid()) return nullptr;
+  const ParameterDomain domain = surface.getParameterDomain();
+  const std::vector<double> us = spreadOver(domain.uMin, domain.uMax, resolution);
+  const std::vector<double> vs = spreadOver(domain.vMin, domain.vMax, resolution);
+  NormalSamples samples = sampleSurfaceWithNormals(surface, us, vs);
+  if (samples.without_normal > 0) return nullptr;
+  std::size_t k = 0;
+  for (const double u : us)
+    for (const double v : vs) {
+      samples.points[k] = samples.points[k] + samples.normals[k] * distance(u, v);
+      ++k;
+    }
+  return fitBSplineToOffsetPoints(samples.points, samples.nU, samples.nV);
+}
+
+}  // namespace trova::geometry::blend
