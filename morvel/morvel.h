@@ -17,6 +17,7 @@
 #include "morvel/api/c/nsided_rbf.h"
 #include "morvel/api/c/projection.h"
 #include "morvel/api/c/registry.h"
+#include "morvel/api/c/rolling_ball.h"
 #include "morvel/api/c/surface_create.h"
 #include "morvel/api/c/surface_edit.h"
 #include "morvel/api/c/surface_engine1.h"

@@ -87,6 +87,16 @@
 #include "morvel/query/unified_projection_engine.h"
 #include "morvel/query/unified_projection_params.h"
 
+#include "morvel/blend/ball_path.h"
+#include "morvel/blend/blend_records.h"
+#include "morvel/blend/canal_surface_constructor.h"
+#include "morvel/blend/contact_point_solver.h"
+#include "morvel/blend/offset_surface_generator.h"
+#include "morvel/blend/radius_law.h"
+#include "morvel/blend/rolling_ball_blend_orchestrator.h"
+#include "morvel/blend/surface_intersection_generator.h"
+#include "morvel/blend/variable_spine_contact_solver.h"
+
 #include "morvel/trimmed_surface/kd_tree_point_locator.h"
 #include "morvel/trimmed_surface/plane_snip.h"
 #include "morvel/trimmed_surface/rectangular_trimmed_surface.h"
