@@ -15,6 +15,18 @@ stand for them, delete them when they are closed or let go, and take and give nu
 """
 
 from ._errors import ArgumentError, HandleError, MorvelError
+from .blending import (
+    Blend,
+    Branch,
+    Contacts,
+    Intersection,
+    blend,
+    canal,
+    contact_points,
+    intersect,
+    variable_blend,
+    variable_offset,
+)
 from .constrained_fitting import ConstrainedFit, fit_surface_constrained, join_surface
 from .curve import Curve
 from .curve_on_surface import CurveOnSurface
@@ -46,7 +58,10 @@ from .trimmed import TrimmedSurface
 
 __all__ = [
     "ArgumentError",
+    "Blend",
+    "Branch",
     "ConstrainedFit",
+    "Contacts",
     "Counts",
     "Curve",
     "CurveOnSurface",
@@ -54,6 +69,7 @@ __all__ = [
     "FitReport",
     "GridReport",
     "HandleError",
+    "Intersection",
     "KernelSession",
     "LoopReport",
     "Mesh",
@@ -64,8 +80,11 @@ __all__ = [
     "ProjectionReport",
     "Surface",
     "TrimmedSurface",
+    "blend",
+    "canal",
     "chord_parameters",
     "clear",
+    "contact_points",
     "counts",
     "fill",
     "fit_curve",
@@ -76,6 +95,7 @@ __all__ = [
     "interpolate_curve",
     "interpolate_grid",
     "interpolate_grid_with_report",
+    "intersect",
     "join_surface",
     "log_to",
     "print_lines",
@@ -86,5 +106,7 @@ __all__ = [
     "set_log_level",
     "sort_loop",
     "validate_loop",
+    "variable_blend",
+    "variable_offset",
     "version",
 ]
