@@ -16,6 +16,7 @@ import numpy as np
 import morvel
 from cutting import Cutting
 from filling import Filling
+from joining import Joining
 from picture import draw
 from reconstruction import Reconstruction
 from teapot import read_patches
@@ -165,6 +166,7 @@ def main() -> int:
     measured.run(log)
     Cutting(teapot.patches, measured, out).run(log)
     Filling(DATA, out).run(log)
+    Joining(teapot.patches, out).run(log)
     print(log.table())
     left = morvel.counts()
     print(f"left in the kernel: {left.curves} curves, {left.surfaces} surfaces")
