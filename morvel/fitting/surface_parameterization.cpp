@@ -156,6 +156,7 @@ Range2 turnToBox(Pairs& pairs, const Eigen::Vector2d& side) {
 constexpr std::size_t kMostTriedCorners = 4096;
 
 std::vector<Point2D> thinned(std::vector<Point2D> corners) {
+  if (corners.size() <= kMostTriedCorners) return corners;
   const std::size_t step = (corners.size() + kMostTriedCorners - 1) / kMostTriedCorners;
   for (std::size_t k = 0; k * step < corners.size(); ++k)
     corners[k] = corners[k * step];

@@ -128,6 +128,7 @@ TEST(SurfaceParameterization, FailuresAndWarningsSayWhy) {
       {plane, line, false, noVariation},
       {plane, equal, false, noVariation},
       {hull, line, false, noVariation},
+      {hull, equal, false, noVariation},
       {plane, broken, false, "Failed to compute plane normal via eigendecomposition"},
       {hull, broken, false, "Failed to compute plane normal via eigendecomposition"},
       {pca, three, false, "Insufficient points for PCA analysis (need at least 4)"},
