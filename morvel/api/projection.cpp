@@ -12,6 +12,7 @@
 #include "morvel/api/internal/finite_results.h"
 #include "morvel/api/internal/refusals.h"
 #include "morvel/api/internal/surface_lookup.h"
+#include "morvel/api/internal/trimmed_surface_lookup.h"
 #include "morvel/query/unified_projection_engine.h"
 #include "morvel/trimmed_surface/trimmed_surface.h"
 
@@ -65,22 +66,6 @@ std::unordered_map<int, Measured>& measurements() {
 }
 
 using SharedSurface = std::shared_ptr<const Surface>;
-
-SharedSurface sharedSurface(int handle) {
-  const auto* entry = surfaceTable().find(handle);
-  return entry ? SharedSurface(*entry) : SharedSurface();
-}
-
-/// What is projected onto: a trimmed surface answers for its base.
-SharedSurface untrimmed(SharedSurface surface) {
-  constexpr int kDeepest = 100;
-  for (int depth = 0; depth < kDeepest; ++depth) {
-    const auto* trimmed = dynamic_cast<const TrimmedSurface*>(surface.get());
-    if (!trimmed) break;
-    surface = SharedSurface(trimmed->getBaseSurface());
-  }
-  return surface;
-}
 
 void remember(int handle, const SharedSurface& surface, int pieces,
               const ProjectionQuality& quality) {

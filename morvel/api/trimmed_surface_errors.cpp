@@ -62,4 +62,11 @@ const trova::geometry::Surface& untrimmed(const trova::geometry::Surface& surfac
   return *at;
 }
 
+std::shared_ptr<const trova::geometry::Surface> untrimmed(
+    std::shared_ptr<const trova::geometry::Surface> surface) {
+  while (const auto* trimmed = dynamic_cast<const TrimmedSurface*>(surface.get()))
+    surface = std::shared_ptr<const trova::geometry::Surface>(trimmed->getBaseSurface());
+  return surface;
+}
+
 }  // namespace trova_internal

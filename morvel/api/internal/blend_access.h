@@ -9,7 +9,7 @@
 #include "morvel/api/internal/new_surface.h"
 #include "morvel/api/internal/refusals.h"
 #include "morvel/api/internal/surface_lookup.h"
-#include "morvel/trimmed_surface/trimmed_surface.h"
+#include "morvel/api/internal/trimmed_surface_lookup.h"
 
 // What the blend functions share: their texts, their surfaces, their ranges.
 
@@ -32,16 +32,7 @@ inline bool isBetween(int value, int low, int high) { return value >= low && val
 /// The surface, of a trimmed one its base; empty for an unknown handle. It lives as long as it is
 /// held.
 inline std::shared_ptr<const Surface> blendSurface(int handle) {
-  const auto* entry = surfaceTable().find(handle);
-  std::shared_ptr<const Surface> surface = entry ? *entry : nullptr;
-  constexpr int kDeepest = 100;
-  for (int depth = 0; depth < kDeepest; ++depth) {
-    const auto* trimmed =
-        dynamic_cast<const trova::geometry::trimmed_surface::TrimmedSurface*>(surface.get());
-    if (!trimmed) break;
-    surface = trimmed->getBaseSurface();
-  }
-  return surface;
+  return untrimmed(std::shared_ptr<const Surface>(sharedSurface(handle)));
 }
 
 /// Both surfaces of a blend.

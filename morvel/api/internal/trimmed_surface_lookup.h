@@ -56,5 +56,11 @@ TrimmedSurfaceOptions optionsOf(const MorvelTrimOptions* options);
 
 /// A base for a surface that is not trimmed itself; else the base under all trims.
 const trova::geometry::Surface& untrimmed(const trova::geometry::Surface& surface);
+/// The same for who holds on to it; null for null.
+std::shared_ptr<const trova::geometry::Surface> untrimmed(
+    std::shared_ptr<const trova::geometry::Surface> surface);
+/// The same for whoever holds on to the base; null for null.
+std::shared_ptr<const trova::geometry::Surface> untrimmed(
+    std::shared_ptr<const trova::geometry::Surface> surface);
 
 }  // namespace trova_internal
