@@ -52,9 +52,15 @@ class MORVEL_API SplineBasis {
   /// out[j * (p + 1) + r] = j-th derivative of N(span - p + r), j = 0 .. order; row 0 as `values`.
   void derivatives(double u, int span, int order, double* out) const;
 
+  /// `span(u)`, looked for at `near` and behind it first; near is in [p, n - 1].
+  int spanNear(double u, int near) const;
+
   /// Answers `span(u)` and fills the rows 0 .. Order of `derivatives` as packs; of degree 3 only.
   template <int Order>
   int cubicRowsAt(double u, Quad* rows) const;
+  /// The same; `near` is a span to begin with, for parameters that come in order.
+  template <int Order>
+  int cubicRowsAt(double u, int near, Quad* rows) const;
 
  private:
   // The shared inner functions take degree and level as int, or as a constant that lets the
@@ -91,7 +97,7 @@ class MORVEL_API SplineBasis {
   void cubicRowsIn(int span, double u, Quad* rows) const;
   void recurredCubicRows(double u, int span, int order, double* out) const;
   template <int Order>
-  [[gnu::noinline]] int cubicRowsAnywhere(double u, Quad* rows) const;
+  [[gnu::noinline]] int cubicRowsAnywhere(double u, int near, Quad* rows) const;
   template <int Order>
   void cubicDerivatives(double u, int span, double* out) const;
   int searchedSpan(double u) const;
@@ -126,8 +132,21 @@ inline int SplineBasis::span(double u) const {
   return neighbourSpan(u, guess);
 }
 
+inline int SplineBasis::spanNear(double u, int near) const {
+  if (!(start_ < u && u < end_)) return span(u);
+  for (int k = near; k <= near + 1 && k < count_; ++k) {
+    if (knots_[k] <= u && u < knots_[k + 1]) return k;
+  }
+  return span(u);
+}
+
 template <int Order>
 [[gnu::always_inline]] inline int SplineBasis::cubicRowsAt(double u, Quad* rows) const {
+  return cubicRowsAt<Order>(u, kCubicDegree, rows);
+}
+
+template <int Order>
+[[gnu::always_inline]] inline int SplineBasis::cubicRowsAt(double u, int near, Quad* rows) const {
   if (directStart_ < u && u < directEnd_) [[likely]] {
     const int guess = static_cast<int>((u - start_) * spansPerUnit_);
     const CubicPiece& piece = cubicPieces_[guess];
@@ -136,12 +155,12 @@ template <int Order>
       return guess + kCubicDegree;
     }
   }
-  return cubicRowsAnywhere<Order>(u, rows);
+  return cubicRowsAnywhere<Order>(u, near, rows);
 }
 
 template <int Order>
-int SplineBasis::cubicRowsAnywhere(double u, Quad* rows) const {
-  const int found = span(u);
+int SplineBasis::cubicRowsAnywhere(double u, int near, Quad* rows) const {
+  const int found = spanNear(u, near);
   cubicRowsIn<Order>(found, u, rows);
   return found;
 }

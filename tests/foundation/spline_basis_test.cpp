@@ -89,8 +89,11 @@ TEST(SplineBasis, SpansAreThoseOfTheSearch) {
   for (const Knots& U : all) {
     const SplineBasis basis(3, U);
     for (const double knot : U) {
-      for (const double u : {std::nextafter(knot, -kHuge), knot, std::nextafter(knot, kHuge)})
+      for (const double u : {std::nextafter(knot, -kHuge), knot, std::nextafter(knot, kHuge)}) {
         EXPECT_EQ(basis.span(u), findKnotSpan(3, u, U)) << U.size() << " " << u;
+        for (const int near : {3, basis.span(u), std::max(basis.span(u) - 1, 3), basis.count() - 1})
+          EXPECT_EQ(basis.spanNear(u, near), basis.span(u)) << U.size() << " " << u << " " << near;
+      }
     }
   }
 }

@@ -11,15 +11,16 @@
 namespace trova::geometry::internal {
 
 /// The point and its derivatives up to `Order`, 3 doubles each. Whole packs go where the lane too
-/// many is overwritten at once.
+/// many is overwritten at once. `span` is where the parameter is looked for first, and then its
+/// own.
 template <int Order>
 [[gnu::always_inline]] inline void cubicPointInto(const double* points,
                                                   const foundation::nurbs::SplineBasis& basis,
-                                                  double u, double* out) {
+                                                  double u, int& span, double* out) {
   using namespace foundation;
   constexpr int kDim = 3;
   Quad rows[Order + 1];
-  const int span = basis.cubicRowsAt<Order>(u, rows);
+  span = basis.cubicRowsAt<Order>(u, span, rows);
   const double* corner = points + std::size_t(span - nurbs::kCubicDegree) * kDim;
   Quad near[nurbs::kCubicWidth];
   for (int j = 0; j < kDim; ++j)
@@ -42,8 +43,9 @@ template <int Order>
 [[gnu::always_inline]] inline void cubicBatchOf(const double* points,
                                                 const foundation::nurbs::SplineBasis& basis,
                                                 std::span<const double> t, double* out) {
+  int span = foundation::nurbs::kCubicDegree;
   for (const double u : t) {
-    cubicPointInto<Order>(points, basis, u, out);
+    cubicPointInto<Order>(points, basis, u, span, out);
     out += 3 * (Order + 1);
   }
 }
