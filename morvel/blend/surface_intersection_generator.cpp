@@ -84,7 +84,25 @@ class Search {
     return true;
   }
 
+  // From the middle of flat cells that cross at an angle one step leads about to their only branch:
+  // nothing is to be found where that is known, or far from the cells.
+  bool holdsNothingNew(const CellPair& cells) const {
+    constexpr double kCrossingSine = 0.1, kClearSine = 0.3, kBendShare = 0.1;
+    const PairPoint middle = pair_.look(parametersAt(cells, 0.5, 0.5));
+    if (!middle.a.usable || !middle.b.usable || !(middle.sine > kCrossingSine)) return false;
+    Vector3d move;
+    PairParameters steps;
+    if (!pair_.step(middle, middle.point, middle.tangent, move, steps)) return false;
+    PairPoint ahead;
+    ahead.point = middle.a.point + move;
+    for (int k = 0; k < 4; ++k)
+      ahead.p[k] = middle.p[k] + steps[k];
+    if (middle.sine > kClearSine && !isNearCell(cells, ahead)) return true;
+    return isKnown(ahead, kBendShare * move.norm());
+  }
+
   void tryPair(const CellPair& cells) {
+    if (holdsNothingNew(cells)) return;
     constexpr double kShares[][2] = {
         {0.5, 0.5}, {0.25, 0.25}, {0.75, 0.75}, {0.25, 0.75}, {0.75, 0.25}};
     PairPoint at;
@@ -145,14 +163,15 @@ class Search {
     if (result_.tangencies.size() < kMostTangencies) result_.tangencies.push_back(publicPoint(at));
   }
 
-  bool isKnown(const PairPoint& at) const {
+  bool isKnown(const PairPoint& at, double slack = 0.0) const {
     for (const TracedBranch& branch : traced_)
       for (std::size_t k = 0; k + 1 < branch.points.size(); ++k)
-        if (isOnSegment(at, branch.points[k], branch.points[k + 1])) return true;
+        if (isOnSegment(at, branch.points[k], branch.points[k + 1], slack)) return true;
     return false;
   }
 
-  bool isOnSegment(const PairPoint& at, const PairPoint& from, const PairPoint& to) const {
+  bool isOnSegment(const PairPoint& at, const PairPoint& from, const PairPoint& to,
+                   double slack) const {
     const Vector3d chord = to.point - from.point;
     const double squared = chord.squaredNorm();
     const double along = (at.point - from.point).dot(chord) / squared;
@@ -163,7 +182,7 @@ class Search {
     const double t = along, s = 1.0 - along;
     const Vector3d cubic = from.point * (s * s * (1 + 2 * t)) + to.point * (t * t * (1 + 2 * s)) +
                            length * (s * s * t * from.tangent - t * t * s * to.tangent);
-    if ((cubic - at.point).norm() > kKnownShare * length + config_.tolerance * kKnownShare)
+    if ((cubic - at.point).norm() > kKnownShare * (length + config_.tolerance) + slack)
       return false;
     constexpr double kParameterShare = 0.2;
     for (int k = 0; k < 4; ++k) {

@@ -60,6 +60,20 @@ bool SurfacePair::isSettled(const PairPoint& at) const {
   return (at.a.point - at.b.point).norm() <= kSettledShare * size_;
 }
 
+bool SurfacePair::step(const PairPoint& at, const Vector3d& through, const Vector3d& normal,
+                       Vector3d& move, PairParameters& steps) const {
+  const Vector3d& n1 = at.a.normal;
+  const Vector3d& n2 = at.b.normal;
+  const double det = triple(n1, n2, normal);
+  if (!(std::abs(det) > kLeastDeterminant)) return false;
+  const Vector3d apart = at.a.point - at.b.point;
+  const double offPlane = normal.dot(through - at.a.point);
+  move = (offPlane * cross(n1, n2) - n2.dot(apart) * cross(normal, n1)) / det;
+  const Vector3d other = move + apart;
+  steps = {at.a.alongU(move), at.a.alongV(move), at.b.alongU(other), at.b.alongV(other)};
+  return true;
+}
+
 SurfacePair::Outcome SurfacePair::iterate(PairPoint& at, const Vector3d* x0,
                                           const Vector3d* T) const {
   at = look(at.p);
@@ -70,19 +84,13 @@ SurfacePair::Outcome SurfacePair::iterate(PairPoint& at, const Vector3d* x0,
     const double offPlane = normal.dot(through - at.a.point);
     const bool isOnPlane = !T || std::abs(offPlane) <= kSettledShare * size_;
     if (isSettled(at) && isOnPlane) return at.sine > 0.0 ? Outcome::Settled : Outcome::Failed;
-    // From the point on surface 1: where its tangent plane, that of 2 and the plane meet.
-    const Vector3d& n1 = at.a.normal;
-    const Vector3d& n2 = at.b.normal;
-    const double det = triple(n1, n2, normal);
-    if (!(std::abs(det) > kLeastDeterminant)) return Outcome::Failed;
-    const double h2 = n2.dot(at.b.point - at.a.point);
-    const Vector3d w = (h2 * cross(normal, n1) + offPlane * cross(n1, n2)) / det;
-    const Vector3d w2 = w + at.a.point - at.b.point;
-    const PairParameters step{at.a.alongU(w), at.a.alongV(w), at.b.alongU(w2), at.b.alongV(w2)};
+    Vector3d move;
+    PairParameters steps;
+    if (!step(at, through, normal, move, steps)) return Outcome::Failed;
     PairParameters next = at.p;
     for (int k = 0; k < 4; ++k) {
-      if (!(std::abs(step[k]) <= kLongestStep * (high(k) - low(k)))) return Outcome::Failed;
-      next[k] += step[k];
+      if (!(std::abs(steps[k]) <= kLongestStep * (high(k) - low(k)))) return Outcome::Failed;
+      next[k] += steps[k];
     }
     if (!contains(next)) {
       at.p = next;

@@ -38,6 +38,12 @@ class SurfacePair {
 
   PairPoint look(const PairParameters& p) const;
 
+  /// Newton's step from a point to where both tangent planes and the plane through `through` with
+  /// the normal meet: where the point on surface 1 would go, and the parameters with it. False
+  /// where the planes have no such place.
+  bool step(const PairPoint& at, const Vector3d& through, const Vector3d& normal, Vector3d& move,
+            PairParameters& steps) const;
+
   /// What a correction came to.
   enum class Outcome { Settled, Left, Failed };
 
