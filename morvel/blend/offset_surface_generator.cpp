@@ -10,6 +10,18 @@ namespace {
 
 constexpr int kDegree = 3;
 
+bool hasNormal(const internal::Jet& jet) {
+  return jet.normal.squaredNorm() > 0.0 && jet.normal.allFinite();
+}
+
+/// At a pole what is seen at a place close by, towards the middle of the domain.
+internal::Jet besidePole(const internal::OffsetField& field, double u, double v) {
+  constexpr double kInward = 1e-5;
+  const ParameterDomain& d = field.domain();
+  return field.at(u + kInward * ((d.uMin + d.uMax) / 2 - u),
+                  v + kInward * ((d.vMin + d.vMax) / 2 - v));
+}
+
 int degreeFor(int count) { return std::min(kDegree, count - 1); }
 
 std::vector<double> spreadOver(double low, double high, int count) {
@@ -36,12 +48,13 @@ NormalSamples OffsetSurfaceGenerator::sampleSurfaceWithNormals(const Surface& su
   for (const double u : us)
     for (const double v : vs) {
       const internal::Jet jet = field.at(u, v);
-      const bool hasNormal = jet.normal.squaredNorm() > 0.0 && jet.normal.allFinite();
-      const Vector3D normal = hasNormal ? Vector3D(jet.normal) : Vector3D();
-      samples.points.push_back(Point3D(jet.point) - normal * distance);
+      const internal::Jet seen = hasNormal(jet) ? jet : besidePole(field, u, v);
+      const Vector3D normal = hasNormal(seen) ? Vector3D(seen.normal) : Vector3D();
+      const Vector3D moved = hasNormal(jet) ? normal * distance : Vector3D();
+      samples.points.push_back(Point3D(jet.point) - moved);
       samples.normals.push_back(normal);
-      if (!hasNormal) ++samples.without_normal;
-      if (jet.folded) ++samples.folded;
+      if (!hasNormal(seen)) ++samples.without_normal;
+      if (seen.folded) ++samples.folded;
     }
   return samples;
 }

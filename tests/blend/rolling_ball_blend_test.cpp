@@ -289,6 +289,11 @@ TEST(OffsetSurface, LiesAtItsDistance) {
   const SurfaceSearch search(*kField);
   for (const auto& [u, v] : {std::pair(0.13, 0.4), {0.52, 0.77}, {0.9, 0.5}})
     EXPECT_NEAR(search.closest(offset->evaluate(u, v)).distance, 0.25, 1e-4);
+  const SphereSurface ball({1, 2, 3}, 1.0);  // its poles have no normals
+  const auto larger = OffsetSurfaceGenerator::createOffsetSurface(ball, 0.25, 40);
+  ASSERT_TRUE(larger);
+  for (const auto& [u, v] : {std::pair(0.13, 0.0), {0.52, 0.77}, {0.9, 1.0}})
+    EXPECT_NEAR(std::abs(larger->evaluate(u, v).distanceTo({1, 2, 3}) - 1.0), 0.25, 1e-3);
 }
 
 }  // namespace
