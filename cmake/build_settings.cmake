@@ -38,3 +38,7 @@ if(MORVEL_SANITIZE)
 endif()
 
 find_package(Eigen3 3.4 REQUIRED NO_MODULE)
+# Formats of files: JSON, OBJ, glTF.
+find_package(nlohmann_json 3.11 REQUIRED)
+find_package(tinyobjloader REQUIRED)
+find_package(TinyGLTF REQUIRED)

@@ -28,7 +28,8 @@ RANKS = {
     "blend": 5,
     "trimmed_surface": 5,
     "nsided": 5,
-    "api": 6,
+    "files": 6,
+    "api": 7,
 }
 API_RANK = RANKS["api"]
 SOLVERS = "morvel/foundation/linear_solvers.cpp"
