@@ -8,6 +8,7 @@
 #include "morvel/api/last_error.h"
 #include "morvel/api/result_codes.h"
 #include "morvel/foundation/status_line.h"
+#include "morvel/foundation/status_mute.h"
 
 using namespace trova_internal;
 namespace status = trova::foundation::status;
@@ -46,4 +47,11 @@ int set_log_level(int level) {
     return refuse(kBadArgument, "Log level must be 0, 1, 2 or 3");
   status::setLevel(static_cast<status::Level>(level));
   return kSuccess;
+}
+
+int mute_log() { return status::mute(); }
+
+int unmute_log() {
+  const int left = status::unmute();
+  return left < 0 ? refuse(kBadArgument, "The log is not muted") : left;
 }

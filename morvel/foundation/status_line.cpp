@@ -7,7 +7,10 @@
 #include <csignal>
 #include <ctime>
 #include <iostream>
+#include <limits>
 #include <mutex>
+
+#include "morvel/foundation/status_mute.h"
 
 namespace trova::foundation::status {
 namespace {
@@ -20,6 +23,7 @@ struct Host {
 constinit std::mutex hostMutex;
 constinit Host host;
 constinit std::atomic<Level> shownFrom{Level::Info};
+constinit std::atomic<int> mutes{0};
 
 Host currentHost() {
   const std::lock_guard lock(hostMutex);
@@ -79,7 +83,22 @@ void setSink(Sink sink, void* user) noexcept {
 
 void setLevel(Level level) noexcept { shownFrom = level; }
 
-bool isShown(Level level) noexcept { return level >= shownFrom; }
+bool isShown(Level level) noexcept { return level >= shownFrom && mutes == 0; }
+
+int mute() noexcept {
+  int before = mutes;
+  while (before < std::numeric_limits<int>::max() &&
+         !mutes.compare_exchange_weak(before, before + 1)) {
+  }
+  return mutes;
+}
+
+int unmute() noexcept {
+  int before = mutes;
+  while (before > 0 && !mutes.compare_exchange_weak(before, before - 1)) {
+  }
+  return before - 1;
+}
 
 std::string_view symbolText(Symbol symbol) noexcept {
   switch (symbol) {

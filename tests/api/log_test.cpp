@@ -59,6 +59,22 @@ TEST_F(Log, LevelsDropWhatIsBelow) {
   EXPECT_THAT(lines.texts, testing::Contains(testing::StartsWith("0 surface operation: ")));
 }
 
+TEST_F(Log, SilenceNestsAndLeavesLevelAndCallback) {
+  Lines lines;
+  set_log_callback(keep, &lines);
+  set_log_level(3);
+  EXPECT_EQ(mute_log(), 1);
+  EXPECT_EQ(mute_log(), 2);
+  EXPECT_EQ(unmute_log(), 1);
+  get_surface_mesh(1, 5);
+  EXPECT_THAT(lines.texts, IsEmpty());
+  EXPECT_EQ(unmute_log(), 0);
+  get_surface_mesh(1, 5);
+  create_point(1, 2, 3);
+  EXPECT_THAT(lines.texts, ElementsAre("3 ❌ Kernel not initialized"));
+  EXPECT_EQ(unmute_log(), -1);
+}
+
 TEST_F(Log, ACallbackMayTakeItselfOut) {
   set_log_callback(restore, nullptr);
   const Printed printed = printedBy([] {

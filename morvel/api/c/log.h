@@ -20,6 +20,11 @@ MORVEL_API void set_log_callback(MorvelLogCallback callback, void* user);
 /* Drops lines below the level, 1 at the start, for the callback as for printing. -1, and no change,
    for a level outside 0 to 3. */
 MORVEL_API int set_log_level(int level);
+/* From now on no line is made at all; level and callback stay as they are. Silence nests: each call
+   is undone by one unmute_log. Both return how many calls are in force; unmute_log -1 where there
+   was none to undo. */
+MORVEL_API int mute_log(void);
+MORVEL_API int unmute_log(void);
 
 MORVEL_C_END
 
