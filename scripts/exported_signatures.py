@@ -297,8 +297,17 @@ def exported_functions(root: Path = ROOT) -> list[Function]:
     return functions
 
 
-def python_source(functions: list[Function]) -> str:
-    """A Python module with SIGNATURES: name -> (result, [(type, name, extent), ...], doc)."""
+def project_version(root: Path) -> str:
+    """The version of the whole project, which is written in its CMake file alone."""
+    text = (root / "CMakeLists.txt").read_text(encoding="utf-8")
+    found = re.search(r"^project\(morvel VERSION ([\d.]+)", text, re.MULTILINE)
+    if not found:
+        raise HeaderError("CMakeLists.txt:1: no version of the project")
+    return found.group(1)
+
+
+def python_source(functions: list[Function], version: str = "0") -> str:
+    """A Python module with VERSION and SIGNATURES: name -> (result, [(type, name, extent)], doc)."""
     entries = {
         f.name: (f.result, [tuple(parameter) for parameter in f.parameters], f.doc)
         for f in functions
@@ -307,7 +316,7 @@ def python_source(functions: list[Function]) -> str:
     return (
         '"""Signatures of the exported functions: name -> (result, [(type, name, extent)], doc).\n'
         "\nWritten by scripts/exported_signatures.py from the C headers; not edited by hand.\n"
-        f'"""\n\nSIGNATURES = {data}\n'
+        f'"""\n\nVERSION = "{version}"\n\nSIGNATURES = {data}\n'
     )
 
 
@@ -328,11 +337,12 @@ def main() -> int:
     arguments = options.parse_args()
     try:
         functions = exported_functions(arguments.root)
+        source = python_source(functions, project_version(arguments.root)) if arguments.python else ""
     except (HeaderError, OSError) as fault:
         print(fault, file=sys.stderr)
         return 1
     if arguments.python:
-        write_atomically(arguments.python, python_source(functions))
+        write_atomically(arguments.python, source)
     else:
         for function in functions:
             parameters = ", ".join(f"{p.type} {p.name}" for p in function.parameters)

@@ -14,12 +14,16 @@ stand for them, delete them when they are closed or let go, and take and give nu
     (2, 3)
 """
 
+from . import basis
 from ._errors import ArgumentError, HandleError, MorvelError
+from ._signatures import VERSION as __version__
 from .blending import (
+    BallContact,
     Blend,
     Branch,
     Contacts,
     Intersection,
+    ball_contact,
     blend,
     canal,
     contact_points,
@@ -27,14 +31,30 @@ from .blending import (
     variable_blend,
     variable_offset,
 )
-from .constrained_fitting import ConstrainedFit, fit_surface_constrained, join_surface
+from .constrained_fitting import (
+    Adjustment,
+    ConstrainedFit,
+    Neighbour,
+    adjust_surface,
+    fit_surface_constrained,
+    join_surface,
+    movable_control_points,
+)
 from .curve import Curve
 from .curve_on_surface import CurveOnSurface
 from .fitting import chord_parameters, fit_curve, fit_curve_constrained, interpolate_curve
-from .kernel import Counts, KernelSession, clear, counts, version
-from .log import log_to, print_lines, set_log_level
+from .kernel import Census, Counts, Held, KernelSession, clear, counts, live, version
+from .log import log_to, print_lines, quiet, set_log_level
 from .mesh import Mesh
-from .nsided import FillReport, LoopReport, fill, sort_loop, validate_loop
+from .nsided import (
+    FillReport,
+    LoopReport,
+    fill,
+    fill_preview,
+    sort_loop,
+    suitable_spans,
+    validate_loop,
+)
 from .point import Point
 from .projection import (
     ProjectedCurves,
@@ -43,6 +63,8 @@ from .projection import (
     project_curves,
     project_point,
     project_points,
+    project_points_along,
+    projection_preview,
     projection_report,
 )
 from .surface import Surface
@@ -54,12 +76,15 @@ from .surface_fitting import (
     interpolate_grid,
     interpolate_grid_with_report,
 )
-from .trimmed import TrimmedSurface
+from .trimmed import Loop, TrimmedSurface
 
 __all__ = [
+    "Adjustment",
     "ArgumentError",
+    "BallContact",
     "Blend",
     "Branch",
+    "Census",
     "ConstrainedFit",
     "Contacts",
     "Counts",
@@ -69,17 +94,23 @@ __all__ = [
     "FitReport",
     "GridReport",
     "HandleError",
+    "Held",
     "Intersection",
     "KernelSession",
+    "Loop",
     "LoopReport",
     "Mesh",
     "MorvelError",
+    "Neighbour",
     "Point",
     "ProjectedCurves",
     "ProjectedPoints",
     "ProjectionReport",
     "Surface",
     "TrimmedSurface",
+    "adjust_surface",
+    "ball_contact",
+    "basis",
     "blend",
     "canal",
     "chord_parameters",
@@ -87,6 +118,7 @@ __all__ = [
     "contact_points",
     "counts",
     "fill",
+    "fill_preview",
     "fit_curve",
     "fit_curve_constrained",
     "fit_surface",
@@ -97,16 +129,23 @@ __all__ = [
     "interpolate_grid_with_report",
     "intersect",
     "join_surface",
+    "live",
     "log_to",
+    "movable_control_points",
     "print_lines",
     "project_curves",
     "project_point",
     "project_points",
+    "project_points_along",
+    "projection_preview",
     "projection_report",
+    "quiet",
     "set_log_level",
     "sort_loop",
+    "suitable_spans",
     "validate_loop",
     "variable_blend",
     "variable_offset",
     "version",
+    "__version__",
 ]

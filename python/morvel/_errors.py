@@ -2,6 +2,8 @@
 
 from __future__ import annotations
 
+from typing import Dict, Type
+
 BAD_ARGUMENT = -1
 TOO_SMALL = -2
 UNKNOWN_HANDLE = -3
@@ -14,6 +16,12 @@ class MorvelError(Exception):
         code: the result that the function returned.
         function: the name of the exported function.
         text: the kernel's own words; empty where it gave none.
+
+    >>> try:
+    ...     Surface.sphere((0, 0, 0), 1.0).degrees
+    ... except MorvelError as fault:
+    ...     print(fault.code, fault.function, fault.text, sep="; ")
+    -7; get_surface_u_degree; Surface type does not have a degree
     """
 
     def __init__(self, function: str, code: int, text: str = "") -> None:
@@ -28,19 +36,54 @@ class MorvelError(Exception):
 
 
 class ArgumentError(MorvelError, ValueError):
-    """An argument was refused."""
+    """An argument was refused: a `MorvelError` that is a `ValueError` too.
+
+    >>> Curve.circle((0, 0, 0), radius=-1.0)
+    Traceback (most recent call last):
+        ...
+    morvel._errors.ArgumentError: create_curve_circle: Radius must be positive (code -1)
+    """
 
 
 class HandleError(MorvelError, KeyError):
-    """The object behind a handle is gone, or was never there."""
+    """The object behind a handle is gone, or was never there: a `KeyError` too.
+
+    >>> ball = Surface.sphere((0, 0, 0), 1.0)
+    >>> ball.close()
+    >>> ball.area()
+    Traceback (most recent call last):
+        ...
+    morvel._errors.HandleError: Surface: 40000 is closed (code -3)
+    """
 
     __str__ = MorvelError.__str__
 
 
+_USUAL: Dict[int, Type[MorvelError]] = {
+    BAD_ARGUMENT: ArgumentError,
+    TOO_SMALL: ArgumentError,
+    UNKNOWN_HANDLE: HandleError,
+}
+#: Families and functions whose codes mean something else, by the beginnings of their names.
+_OWN: Dict[str, Dict[int, Type[MorvelError]]] = {
+    "create_surface_revolve": {-3: ArgumentError},
+    "create_surface_engine": {-2: MorvelError, -3: MorvelError},
+    "initialize_surface_engine": {0: ArgumentError, -2: MorvelError},
+    "fit_surface_engine": {-2: MorvelError},
+    "register_surface_engine": {-2: MorvelError},
+    "create_rectangular_trimmed_surface": {-3: ArgumentError, -4: ArgumentError},
+    "create_trimmed_surface_with_circular_hole": {-3: ArgumentError},
+    "create_wire_trimmed_surface": {-3: ArgumentError},
+    "snip_surface_with_plane": {-3: ArgumentError, -4: ArgumentError},
+    "snip_surface_with_wire_3d": {-3: ArgumentError},
+    "get_trimmed_surface_info": {-2: HandleError, -3: MorvelError},
+    "validate_trimmed_surface": {-2: HandleError, -3: MorvelError},
+}
+
+
 def error_for(function: str, code: int, text: str) -> MorvelError:
-    """The exception that fits a result code."""
-    if code == UNKNOWN_HANDLE:
-        return HandleError(function, code, text)
-    if code in (BAD_ARGUMENT, TOO_SMALL):
-        return ArgumentError(function, code, text)
-    return MorvelError(function, code, text)
+    """The exception that fits a result code of a function."""
+    for beginning, kinds in _OWN.items():
+        if function.startswith(beginning) and code in kinds:
+            return kinds[code](function, code, text)
+    return _USUAL.get(code, MorvelError)(function, code, text)

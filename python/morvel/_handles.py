@@ -3,40 +3,59 @@
 A handle is a number that the kernel may give to another object once a clear function has restarted
 the numbering. Each Python object therefore remembers the generation of its registry, a number that
 changes with every such restart: an object of an earlier generation is stale. It refuses to be used,
-and letting it go deletes nothing.
+and letting it go deletes nothing. No two Python objects stand for one handle.
 """
 
 from __future__ import annotations
 
 import weakref
-from typing import Any, ClassVar, Dict, List, Tuple, Type, TypeVar
+from typing import Any, ClassVar, Dict, Iterable, List, Tuple, Type, TypeVar, Union
 
-from ._errors import UNKNOWN_HANDLE, HandleError
-from ._arrays import int_out
-from ._library import call, functions
+import numpy as np
+
+from ._arrays import IntArray, int_out, whole
+from ._errors import BAD_ARGUMENT, UNKNOWN_HANDLE, ArgumentError, HandleError
+from ._gate import between_calls
+from ._library import Handled, call, functions, is_registered, raw
 
 Self = TypeVar("Self", bound="Registered")
+Kind = TypeVar("Kind", bound="Registered")
+
+#: A generation of a registry, and how often `disown` ran, which restarts no numbering.
+Since = Tuple[int, int]
+
+_disowned: Dict[int, int] = {}
+_owned: Dict[int, Dict[int, Since]] = {}  # by kind: the handles that Python objects stand for
 
 
-Generation = Tuple[int, int]
-
-_emptied: Dict[int, int] = {}  # by kind: how often `delete_all` ran, which restarts no numbering
-
-
-def _generation(kind: int) -> Generation:
-    return int(functions["get_registry_generation"](kind)), _emptied.get(kind, 0)
+def _now(kind: int) -> Since:
+    return int(raw["get_registry_generation"](kind)), _disowned.get(kind, 0)
 
 
-def _release(deleter: str, kind: int, handle: int, generation: Generation) -> None:
-    if _generation(kind) == generation:
-        functions[deleter](handle)
+def _release(deleter: str, kind: int, handle: int, since: Since) -> None:
+    """Deletes the object, at the next moment without a call under way."""
+    owned = _owned.get(kind, {})
+    if owned.get(handle) == since:
+        owned.pop(handle, None)
+
+    def delete() -> None:
+        if _now(kind) == since:
+            raw[deleter](handle)
+
+    between_calls(delete)
 
 
-class Registered:
+class Registered(Handled):
     """An object in one of the kernel's registries.
 
     It is deleted there when the Python object is closed, leaves its `with` block or is no longer
-    referred to.
+    referred to. Objects are equal to themselves only: no two stand for one handle.
+
+    >>> with Point.at((1, 2, 3)) as point:
+    ...     point.closed
+    False
+    >>> point.closed
+    True
     """
 
     _kind: ClassVar[int]
@@ -46,17 +65,32 @@ class Registered:
     __slots__ = ("_handle", "_since", "_finalizer", "__weakref__")
 
     def __init__(self, handle: int) -> None:
-        """Takes over the object behind a handle."""
-        self._handle = handle
-        self._since = _generation(self._kind)
+        """Takes over the object behind a handle, as `adopt` does."""
+        self._handle = self._checked(whole(handle, "handle"))
+        self._since = _now(self._kind)
         self._finalizer = weakref.finalize(
-            self, _release, self._deleter, self._kind, handle, self._since
+            self, _release, self._deleter, self._kind, self._handle, self._since
         )
         self._finalizer.atexit = False  # at the end of the process the library frees all
+        _owned.setdefault(self._kind, {})[self._handle] = self._since
+
+    @classmethod
+    def _checked(cls, handle: int) -> int:
+        name = cls.__name__
+        if not is_registered(cls._kind, handle):
+            raise HandleError(name, UNKNOWN_HANDLE, f"{handle} is no registered {name}")
+        if _owned.get(cls._kind, {}).get(handle) == _now(cls._kind):
+            text = f"{handle} belongs to another Python object"
+            raise ArgumentError(name, BAD_ARGUMENT, text)
+        return handle
 
     @classmethod
     def adopt(cls: Type[Self], handle: int) -> Self:
-        """The object behind a handle that a C function gave out; it is deleted with the result."""
+        """The object behind a handle that a C function gave out; it is deleted with the result.
+
+        HandleError where nothing is registered under the number, ArgumentError where another Python
+        object stands for it.
+        """
         return cls(handle)
 
     @classmethod
@@ -71,7 +105,7 @@ class Registered:
         """Deletes every registered object of this kind; Python objects of them are closed."""
         for handle in cls.handles():
             functions[cls._deleter](handle)
-        _emptied[cls._kind] = _emptied.get(cls._kind, 0) + 1
+        disown(cls._kind)
 
     @property
     def handle(self) -> int:
@@ -83,7 +117,7 @@ class Registered:
     @property
     def closed(self) -> bool:
         """Whether the object is gone: closed, released, or cleared with its registry."""
-        return not self._finalizer.alive or _generation(self._kind) != self._since
+        return not self._finalizer.alive or _now(self._kind) != self._since
 
     def close(self) -> None:
         """Deletes the object in the kernel. Closing again does nothing."""
@@ -93,9 +127,11 @@ class Registered:
         """Gives the handle away: the kernel's object stays, this one is closed."""
         handle = self.handle
         self._finalizer.detach()
+        _owned[self._kind].pop(handle, None)
         return handle
 
     def __enter__(self: Self) -> Self:
+        self.handle
         return self
 
     def __exit__(self, *_: Any) -> None:
@@ -108,4 +144,43 @@ class Registered:
         name = type(self).__name__
         if self.closed:
             return f"<{name} {self._handle}, closed>"
-        return f"<{name} {self._handle}{self._describe()}>"
+        try:
+            return f"<{name} {self._handle}{self._describe()}>"
+        except KeyError:  # deleted by a C function
+            return f"<{name} {self._handle}, deleted>"
+
+
+def disown(kind: int) -> None:
+    """Closes the Python objects of a kind without deleting anything."""
+    _disowned[kind] = _disowned.get(kind, 0) + 1
+    _owned.pop(kind, None)
+
+
+def owned_handles(kind: int) -> List[int]:
+    """The handles that open Python objects of a kind stand for."""
+    now = _now(kind)
+    return sorted(h for h, since in list(_owned.get(kind, {}).items()) if since == now)
+
+
+def checked(value: Any, kind: "Union[Type[Kind], Tuple[Type[Kind], ...]]", what: str) -> Kind:
+    """The value, which is an object of that kind; TypeError for another."""
+    if not isinstance(value, kind):
+        kinds = kind if isinstance(kind, tuple) else (kind,)
+        wanted = " or ".join(k.__name__ for k in kinds)
+        raise TypeError(f"{what} must be a {wanted}, not {type(value).__name__}")
+    found: Kind = value
+    return found
+
+
+def listed(
+    values: "Iterable[Kind]", kind: "Union[Type[Kind], Tuple[Type[Kind], ...]]", what: str
+) -> "List[Kind]":
+    """The objects, held for as long as the list is; TypeError for others among them."""
+    if isinstance(values, Registered) or not isinstance(values, Iterable):
+        raise TypeError(f"{what} must be a sequence, not a {type(values).__name__}")
+    return [checked(value, kind, f"{what}[{k}]") for k, value in enumerate(values)]
+
+
+def handles_of(objects: "Iterable[Registered]") -> IntArray:
+    """Their handles, as the kernel takes them. The objects must outlive the call."""
+    return np.array([item.handle for item in objects], dtype=np.int32)

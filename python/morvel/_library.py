@@ -4,14 +4,16 @@ from __future__ import annotations
 
 import ctypes
 import os
+import re
 from ctypes.util import find_library
 from pathlib import Path
-from typing import Any, Callable, Dict, Iterator, List, Tuple
+from typing import Any, Callable, Container, Dict, Iterable, Iterator, List, Optional, Sequence, Tuple
 
 import numpy as np
 
-from ._arrays import FloatArray, address, int_out, point_out
-from ._errors import MorvelError, error_for
+from ._arrays import FloatArray, address, int_out, number, point_out, whole
+from ._errors import HandleError, MorvelError, error_for
+from ._gate import enter, leave
 from ._signatures import SIGNATURES
 
 LIBRARY_VARIABLE = "MORVEL_LIBRARY"  # a path to libmorvel.so that goes before all others
@@ -53,6 +55,8 @@ class TrimOptions(ctypes.Structure):
 
 #: The host's function for lines; whoever hands one over keeps it alive.
 LogCallback = ctypes.CFUNCTYPE(None, ctypes.c_int, ctypes.c_char_p, ctypes.c_void_p)
+
+NO_CALLBACK: Any = ctypes.cast(0, LogCallback)
 
 _VALUES: Dict[str, Any] = {
     "void": None,
@@ -108,12 +112,42 @@ def _load() -> ctypes.CDLL:
     )
 
 
-def _typed(library: ctypes.CDLL) -> Dict[str, Callable[..., Any]]:
-    functions: Dict[str, Callable[..., Any]] = {}
+class Handled:
+    """Something that the kernel knows by a number; calls take it as it is."""
+
+    __slots__ = ()
+
+    @property
+    def handle(self) -> int:
+        """The number."""
+        raise NotImplementedError
+
+
+class _Whole:
+    """A parameter that takes whole numbers of 32 bits; ctypes alone would cut larger ones."""
+
+    @classmethod
+    def from_param(cls, value: Any) -> Any:
+        return ctypes.c_int(whole(value, "the argument"))
+
+
+class _Number:
+    """A parameter that takes any number, also one of numpy's."""
+
+    @classmethod
+    def from_param(cls, value: Any) -> Any:
+        return ctypes.c_double(number(value, "the argument"))
+
+
+_PARAMETERS: Dict[str, Any] = {"int": _Whole, "double": _Number}
+
+
+def _typed(library: ctypes.CDLL) -> Dict[str, Any]:
+    functions: Dict[str, Any] = {}
     for name, (result, parameters, doc) in SIGNATURES.items():
         function = getattr(library, name)
         function.restype = _ctype(result)
-        function.argtypes = [_ctype(c_type) for c_type, _, _ in parameters]
+        function.argtypes = [_PARAMETERS.get(t) or _ctype(t) for t, _, _ in parameters]
         function.__doc__ = doc
         functions[name] = function
     return functions
@@ -121,56 +155,173 @@ def _typed(library: ctypes.CDLL) -> Dict[str, Callable[..., Any]]:
 
 _LIBRARY = _load()
 
-#: Every exported function by name, typed, as plain ctypes: no checks, no exceptions.
-functions: Dict[str, Callable[..., Any]] = _typed(_LIBRARY)
+#: Every exported function by name, as plain ctypes: for calls that are made between two others.
+raw: Dict[str, Any] = _typed(_LIBRARY)
+
+
+def _in_turn(name: str) -> Callable[..., Any]:
+    function = raw[name]
+
+    def in_turn(*arguments: Any) -> Any:
+        enter(name)
+        try:
+            return function(*_with_numbers(arguments))
+        except ctypes.ArgumentError:
+            raise _misfit(name, arguments) from None
+        finally:
+            leave()
+
+    in_turn.__name__ = in_turn.__qualname__ = name
+    in_turn.__doc__ = function.__doc__
+    in_turn.argtypes = function.argtypes  # type: ignore[attr-defined]
+    in_turn.restype = function.restype  # type: ignore[attr-defined]
+    return in_turn
+
+
+#: Every exported function by name, typed: no checks of results, no exceptions but for misfits.
+functions: Dict[str, Callable[..., Any]] = {name: _in_turn(name) for name in raw}
+
+
+def _with_numbers(arguments: Iterable[Any]) -> List[Any]:
+    """Objects become their handles here, at the last moment, so that none is stale by then."""
+    return [a.handle if isinstance(a, Handled) else a for a in arguments]
+
+
+def _misfit(name: str, arguments: Sequence[Any]) -> Exception:
+    """Why arguments do not fit a function's parameters, in the parameters' names."""
+    parameters = SIGNATURES[name][1]
+    if len(arguments) != len(parameters):
+        return TypeError(f"{name} takes {len(parameters)} arguments, not {len(arguments)}")
+    checks: Dict[str, Callable[[Any, str], Any]] = {"int": whole, "double": number}
+    for (c_type, parameter, _), argument in zip(parameters, _with_numbers(arguments)):
+        try:
+            if c_type in checks:
+                checks[c_type](argument, parameter)
+        except (TypeError, ValueError) as fault:
+            return fault
+    return TypeError(f"{name} cannot take these arguments")
 
 
 def last_error() -> str:
     """The text of the kernel's last error."""
     buffer = ctypes.create_string_buffer(TEXT_SIZE)
-    functions["get_last_error"](buffer, TEXT_SIZE)
+    raw["get_last_error"](buffer, TEXT_SIZE)
     return buffer.value.decode("utf-8", "replace")
 
 
-def failure(name: str, code: int) -> MorvelError:
-    """The exception for a failed call. Takes the text with it, so that no later failure shows it."""
+def failure(name: str, code: int, arguments: Sequence[Any] = ()) -> MorvelError:
+    """The exception for a failed call. Takes the text with it, so that no later failure shows it.
+
+    Families differ in the code for an unknown handle: where one of the arguments is one, that is
+    what the exception says.
+    """
     text = last_error()
-    functions["clear_last_error"]()
-    return error_for(name, code, text)
+    gone = _unknown_handle(name, arguments)
+    raw["clear_last_error"]()
+    return HandleError(name, code, text or f"{gone} is gone") if gone else error_for(name, code, text)
 
 
-def call(name: str, *arguments: Any) -> Any:
-    """Calls an exported function; a result below 0 raises with the kernel's text."""
-    result = functions[name](*arguments)
-    if result < 0:
-        raise failure(name, int(result))
-    return result
+def error_of(name: str, code: int, text: Optional[str]) -> MorvelError:
+    """The exception for a failure whose text is known, else with the kernel's."""
+    error = failure(name, code)
+    return error_for(name, code, text) if text else error
+
+
+_KINDS = {"curve": 0, "surface": 1, "point": 2, "curveonsurface": 3}
+_KIND_OF_PARAMETER = re.compile(
+    r"(curveonsurface|curve|surface|point)[123]?|(?:edit|constraint)_(surface)|(?:profile|path)(curve)"
+)
+
+
+def is_registered(kind: int, handle: int) -> bool:
+    """Whether a registry holds something under a number."""
+    numbers = (ctypes.c_double * 3)()
+    at = [ctypes.addressof(numbers) + 8 * k for k in range(3)]
+    questions: Tuple[Tuple[str, List[int], int], ...] = (
+        ("get_curve_point_count", [], 1),
+        ("get_surface_u_knots_count", [], 0),
+        ("get_point_coordinates", at, 0),
+        ("get_curve_on_surface_interval", at[:2], 0),
+    )
+    name, outs, least = questions[kind]
+    enter()
+    try:
+        return bool(raw[name](handle, *outs) >= least)
+    finally:
+        leave()
+
+
+def is_trimmed(handle: int) -> bool:
+    """Whether a registered surface is a trimmed one."""
+    enter()
+    try:
+        found = raw["get_trim_loop_count"](handle) >= 0
+        if not found:
+            raw["clear_last_error"]()
+        return bool(found)
+    finally:
+        leave()
+
+
+def _unknown_handle(name: str, arguments: Sequence[Any]) -> str:
+    """The first argument that is a handle of nothing, in words; else empty."""
+    for (c_type, parameter, _), argument in zip(SIGNATURES[name][1], arguments):
+        match = _KIND_OF_PARAMETER.fullmatch(parameter.lower())
+        if c_type == "int" and match and isinstance(argument, Handled):
+            kind = next(word for word in match.groups() if word)
+            if not is_registered(_KINDS[kind], argument.handle):
+                return f"{kind} {argument.handle}"
+    return ""
+
+
+def call(name: str, *arguments: Any, passing: Container[int] = ()) -> Any:
+    """Calls an exported function; a result below 0 raises with the kernel's text.
+
+    Args:
+        arguments: numbers, addresses, texts; objects of the kernel's stand for their handles.
+        passing: results below 0 that do not raise.
+    """
+    enter(name)
+    try:
+        result = raw[name](*_with_numbers(arguments))
+        if result < 0 and result not in passing:
+            raise failure(name, int(result), arguments)
+        return result
+    except ctypes.ArgumentError:
+        raise _misfit(name, arguments) from None
+    finally:
+        leave()
+
+
+def call_expecting(success: int, name: str, *arguments: Any) -> None:
+    """Calls a function that says success with one number."""
+    enter(name)
+    try:
+        result = raw[name](*_with_numbers(arguments))
+        if result != success:
+            raise failure(name, int(result), arguments)
+    except ctypes.ArgumentError:
+        raise _misfit(name, arguments) from None
+    finally:
+        leave()
 
 
 def values_of(name: str, *arguments: Any) -> FloatArray:
     """What a function writes that ends in (out, capacity, outCount), and tells the number of."""
     values, used = np.empty(USUAL_COUNT), int_out()
-    result = functions[name](*arguments, address(values), values.size, used)
+    room = (-2, -5)  # in the families of surfaces and of curves
+    call(name, *arguments, address(values), values.size, used, passing=room)
     if used[0] > values.size:
         values = np.empty(used[0])
-        result = functions[name](*arguments, address(values), values.size, used)
-    if result < 0:
-        raise failure(name, int(result))
+        call(name, *arguments, address(values), values.size, used)
     return values[: used[0]].copy()
 
 
-def box_of(name: str, handle: int) -> Tuple[FloatArray, FloatArray]:
+def box_of(name: str, handle: Any) -> Tuple[FloatArray, FloatArray]:
     """The least and the greatest corner that a function writes."""
     lower, upper = point_out(), point_out()
     call(name, handle, address(lower), address(upper))
     return lower, upper
-
-
-def call_expecting(success: int, name: str, *arguments: Any) -> None:
-    """Calls a function that says success with one number."""
-    result = functions[name](*arguments)
-    if result != success:
-        raise failure(name, int(result))
 
 
 def text_of(name: str, *arguments: Any) -> str:
@@ -178,8 +329,3 @@ def text_of(name: str, *arguments: Any) -> str:
     buffer = ctypes.create_string_buffer(TEXT_SIZE)
     call(name, *arguments, buffer, TEXT_SIZE)
     return buffer.value.decode("utf-8", "replace")
-
-
-def signature(name: str) -> Tuple[str, list, str]:
-    """Result type, parameters and doc of an exported function."""
-    return SIGNATURES[name]

@@ -9,7 +9,8 @@ import numpy as np
 from numpy.typing import ArrayLike
 
 from . import _arrays as arrays
-from ._arrays import FloatArray, IntArray, address
+from ._arrays import FloatArray, IntArray, address, choice, whole
+from ._handles import checked
 from ._library import call
 from .curve import Curve
 from .surface import Surface
@@ -17,6 +18,7 @@ from .surface import Surface
 Sides = Literal["auto", "++", "--", "+-", "-+"]
 
 METHODS = {"++": 0, "--": 1, "+-": 2, "-+": 3, "auto": 4}
+DIRECTIONS = {"u": 0, "v": 1}
 INTERPOLATIONS = {"linear": 0, "smooth": 1}
 OFFSET_SAMPLES = 20
 CELLS = 20
@@ -26,6 +28,7 @@ TOLERANCE = 0.01
 LINE_TOLERANCE = 1e-4
 LINE_CELLS = 100
 PER_CONTACT = 9
+FEWEST, MOST_ALONG = 3, 1000
 
 
 @dataclass(frozen=True)
@@ -60,17 +63,38 @@ class Intersection:
 class Contacts(NamedTuple):
     """Where balls touch; the second axis is that of the two surfaces."""
 
-    points: FloatArray  # (n, 2, 3)
-    uv: FloatArray  # (n, 2, 2)
-    normals: FloatArray  # (n, 2, 3)
-    residuals: FloatArray  # (n, 2)
-    converged: IntArray  # (n, 2)
+    points: FloatArray  #: (n, 2, 3)
+    uv: FloatArray  #: (n, 2, 2)
+    normals: FloatArray  #: (n, 2, 3)
+    residuals: FloatArray  #: (n, 2)
+    converged: IntArray  #: (n, 2)
 
 
-def _method(sides: str) -> int:
-    if sides not in METHODS:
-        raise ValueError(f"sides must be one of {', '.join(METHODS)}, not {sides!r}")
-    return METHODS[sides]
+class BallContact(NamedTuple):
+    """A ball that touches two surfaces."""
+
+    centre: FloatArray  #: (3,)
+    uv: FloatArray  #: (2, 2), a row for each surface
+    contacts: FloatArray  #: (2, 3)
+    residual: float  #: of the equations that were solved
+    iterations: int
+
+
+def _law(at: ArrayLike, values: ArrayLike, what: str) -> Tuple[FloatArray, FloatArray]:
+    parameters = arrays.shaped(at, "parameters", None)
+    return parameters, arrays.shaped(values, what, parameters.size)
+
+
+def _per_ball(radii: ArrayLike, count: int) -> FloatArray:
+    """One radius a ball, or the same for all."""
+    given = arrays.floats(radii, "radii")
+    if given.shape not in ((), (count,)):
+        raise ValueError(f"radii needs one value or {count}, not shape {given.shape}")
+    return np.array(np.broadcast_to(given, count))
+
+
+def _pair(first: Surface, second: Surface) -> Tuple[Surface, Surface]:
+    return checked(first, Surface, "first"), checked(second, Surface, "second")
 
 
 def _signs(numbers: Iterable[int]) -> str:
@@ -90,7 +114,12 @@ def blend(
 ) -> Blend:
     """The surface swept by a ball that rolls along two surfaces.
 
-        joint = morvel.blend(spout, body, radius=0.1)
+    >>> floor = Surface.plane((0, 0, 0), (4, 0, 0), (0, 4, 0))
+    >>> wall = Surface.plane((0, 0, 0), (0, 4, 0), (0, 0, 4))
+    >>> with morvel.quiet():
+    ...     joint = morvel.blend(floor, wall, radius=0.5, sides="++")
+    >>> joint.surface, joint.spine(0.0)[[0, 2]]
+    (<Surface 40002, bspline_surface>, array([0.5, 0.5]))
 
     Args:
         sides: "+" where the ball lies where a surface's normal points, for either surface; "auto"
@@ -104,11 +133,11 @@ def blend(
     """
     out = [arrays.int_out() for _ in range(3)]
     taken, count = arrays.int_out(2), arrays.int_out()
-    contacts = np.empty((along, PER_CONTACT))
+    contacts = np.empty((whole(along, "along", FEWEST, MOST_ALONG), PER_CONTACT))
     surface = Surface(
         call(
-            "create_rolling_ball_blend_with_method", first.handle, second.handle, radius,
-            _method(sides), tolerance, OFFSET_SAMPLES, cells, along, across, 0, 1, taken, *out,
+            "create_rolling_ball_blend_with_method", *_pair(first, second), radius,
+            choice(sides, METHODS, "sides"), tolerance, OFFSET_SAMPLES, cells, along, across, 0, 1, taken, *out,
             address(contacts), along, count,
         )
     )
@@ -131,18 +160,23 @@ def variable_blend(
 ) -> "Tuple[Surface, Curve]":
     """A blend whose radius changes along the spine, and the path of the ball's centre.
 
+    >>> floor = Surface.plane((0, 0, 0), (4, 0, 0), (0, 4, 0))
+    >>> wall = Surface.plane((0, 0, 0), (0, 4, 0), (0, 0, 4))
+    >>> with morvel.quiet():
+    ...     surface, spine = morvel.variable_blend(floor, wall, [0, 1], [0.3, 0.6], "++")
+    >>> np.round(spine(0.5)[[0, 2]], 3)
+    array([0.45, 0.45])
+
     Args:
         parameters: rising within 0 to 1, the fractions of the spine that the radii belong to.
     """
-    at, values = arrays.floats(parameters), arrays.floats(radii)
-    if at.ndim != 1 or at.shape != values.shape:
-        raise ValueError(f"{at.shape} parameters do not fit {values.shape} radii")
+    at, values = _law(parameters, radii, "radii")
     spine = arrays.int_out()
     surface = Surface(
         call(
-            "create_variable_rolling_ball_blend", first.handle, second.handle, address(at),
-            address(values), at.size, INTERPOLATIONS[interpolation], _method(sides), cells, along,
-            across, None, spine,
+            "create_variable_rolling_ball_blend", *_pair(first, second), address(at),
+            address(values), at.size, choice(interpolation, INTERPOLATIONS, "interpolation"),
+            choice(sides, METHODS, "sides"), cells, along, across, None, spine,
         )
     )
     return surface, Curve(spine[0])
@@ -156,12 +190,20 @@ def intersect(
 ) -> Intersection:
     """Every branch in which two surfaces meet, closed ones too.
 
+    >>> ball = Surface.sphere((0, 0, 0), 2.0)
+    >>> floor = Surface.plane((-4, -4, 1), (8, 0, 0), (0, 8, 0))
+    >>> met = morvel.intersect(ball, floor)
+    >>> [branch.closed for branch in met.branches]
+    [True]
+    >>> np.allclose(np.linalg.norm(met.branches[0].points[:, :2], axis=1), np.sqrt(3))
+    True
+
     Args:
         tolerance: of a cubic between neighbouring points, to either surface (model units).
         cells: 5 to 100 per direction, the most that are looked at.
     """
     counts = [arrays.int_out() for _ in range(4)]
-    pair = ("compute_surface_intersection", first.handle, second.handle, tolerance, cells)
+    pair = ("compute_surface_intersection", *_pair(first, second), tolerance, cells)
     call(*pair, None, None, None, 0, None, None, 0, None, 0, *counts)
     points, branches = counts[0][0], counts[1][0]
     xyz, uv1, uv2 = np.empty((points, 3)), np.empty((points, 2)), np.empty((points, 2))
@@ -178,19 +220,64 @@ def intersect(
 
 
 def contact_points(first: Surface, second: Surface, centres: ArrayLike, radii: ArrayLike) -> Contacts:
-    """Where balls about (n, 3) centres touch both surfaces; one radius for all or one a ball."""
-    where = arrays.points(centres)
-    sizes = arrays.floats(np.broadcast_to(np.asarray(radii, dtype=np.float64), where.shape[:1]))
+    """Where balls about (n, 3) centres touch both surfaces; one radius for all or one a ball.
+
+    >>> floor = Surface.plane((0, 0, 0), (4, 0, 0), (0, 4, 0))
+    >>> wall = Surface.plane((0, 0, 0), (0, 4, 0), (0, 0, 4))
+    >>> touched = morvel.contact_points(floor, wall, [(1, 2, 1)], radii=1.0)
+    >>> np.round(touched.points[0], 3)
+    array([[1., 2., 0.],
+           [0., 2., 1.]])
+    """
+    where = arrays.points(centres, "centres")
     n = len(where)
+    sizes, ends = _per_ball(radii, n), _pair(first, second)
     result = Contacts(
         np.empty((n, 2, 3)), np.empty((n, 2, 2)), np.empty((n, 2, 3)), np.empty((n, 2)),
         np.empty((n, 2), dtype=np.int32),
     )
+    outs = (result.points, result.uv, result.normals, result.residuals)
     call(
-        "compute_variable_contact_points", first.handle, second.handle, address(where),
-        address(sizes), n, *(address(out) for out in result),
+        "compute_variable_contact_points", *ends, address(where), address(sizes), n,
+        *map(address, outs), address(result.converged),
     )
     return result
+
+
+def ball_contact(
+    first: Surface,
+    second: Surface,
+    distances: Tuple[float, float],
+    plane: Tuple[ArrayLike, ArrayLike],
+    near: ArrayLike,
+) -> BallContact:
+    """The ball of a radius that touches both surfaces with its centre on a plane.
+
+    >>> floor = Surface.plane((0, 0, 0), (4, 0, 0), (0, 4, 0))
+    >>> wall = Surface.plane((0, 0, 0), (0, 4, 0), (0, 0, 4))
+    >>> plane = (0, 1.5, 0), (0, 1, 0)
+    >>> ball = morvel.ball_contact(floor, wall, (1, 1), plane, near=[(0.2, 0.4), (0.4, 0.2)])
+    >>> np.round(ball.centre, 9)
+    array([1. , 1.5, 1. ])
+
+    Args:
+        distances: equal in size, above 0 where the ball lies where a surface's normal points.
+        plane: a point and a normal.
+        near: (2, 2), u v on either surface, from where the search starts.
+
+    Raises:
+        MorvelError: the search does not settle.
+    """
+    point, normal = arrays.two(plane, "plane")
+    place = np.array([arrays.triple(point, "point"), arrays.triple(normal, "normal")])
+    guess, ends = arrays.shaped(near, "near", 2, 2), _pair(first, second)
+    centre, uv, contacts = np.empty(3), np.empty((2, 2)), np.empty((2, 3))
+    residual, steps = arrays.double_out(), arrays.int_out()
+    call(
+        "solve_variable_spine_contact", *ends, *arrays.two(distances, "distances"), address(place),
+        address(guess), address(centre), address(uv), address(contacts), residual, steps,
+    )
+    return BallContact(centre, uv, contacts, residual[0], steps[0])
 
 
 def canal(
@@ -199,14 +286,21 @@ def canal(
 ) -> Surface:
     """Arcs of balls between two contacts each, and the surface through them.
 
+    >>> y = np.linspace(0, 3, 4)[:, None] * [0, 1, 0]
+    >>> gutter = morvel.canal(y + [1, 0, 1], y + [1, 0, 0], y + [0, 0, 1], radii=1.0)
+    >>> np.allclose(np.linalg.norm(gutter((0.5, 0.3))[[0, 2]] - 1), 1, atol=1e-3)
+    True
+
     Args:
         centres, first, second: (n, 3) points; the contacts are brought to the radius.
         radii: one for all, or one a ball.
     """
-    where, a, b = arrays.points(centres), arrays.points(first), arrays.points(second)
-    if not where.shape == a.shape == b.shape:
-        raise ValueError("every centre needs two contacts")
-    sizes = arrays.floats(np.broadcast_to(np.asarray(radii, dtype=np.float64), where.shape[:1]))
+    where = arrays.points(centres, "centres")
+    a, b = (
+        arrays.shaped(values, what, len(where), 3)
+        for values, what in ((first, "first"), (second, "second"))
+    )
+    sizes = _per_ball(radii, len(where))
     return Surface(
         call(
             "create_variable_canal_surface", address(where), address(a), address(b),
@@ -224,13 +318,22 @@ def variable_offset(
     interpolation: Literal["linear", "smooth"] = "linear",
     samples: int = 40,
 ) -> Surface:
-    """The surface at distances that follow a law of u or v, along the normals or against them."""
-    at, values = arrays.floats(parameters), arrays.floats(distances)
-    if at.ndim != 1 or at.shape != values.shape:
-        raise ValueError(f"{at.shape} parameters do not fit {values.shape} distances")
+    """The surface at distances that follow a law of u or v, along the normals or against them.
+
+    >>> floor = Surface.plane((0, 0, 0), (4, 0, 0), (0, 4, 0))
+    >>> np.round(morvel.variable_offset(floor, [0, 1], [0.1, 0.3])((0.5, 0.5)), 6)
+    array([2. , 2. , 0.2])
+
+    Args:
+        parameters: rising within 0 to 1.
+        distances: signed, model units; none 0 and all of one sign.
+        samples: 3 to 200 a direction.
+    """
+    at, values = _law(parameters, distances, "distances")
+    base, way = checked(surface, Surface, "surface"), choice(along, DIRECTIONS, "along")
     return Surface(
         call(
-            "create_variable_offset_surface", surface.handle, address(at), address(values), at.size,
-            INTERPOLATIONS[interpolation], "uv".index(along), samples,
+            "create_variable_offset_surface", base, address(at), address(values), at.size,
+            choice(interpolation, INTERPOLATIONS, "interpolation"), way, samples,
         )
     )

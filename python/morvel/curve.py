@@ -2,45 +2,43 @@
 
 from __future__ import annotations
 
-from typing import ClassVar, Dict, Optional, Tuple
+from typing import Optional, Tuple
 
 import numpy as np
 from numpy.typing import ArrayLike
 
 from . import _arrays as arrays
-from ._arrays import FloatArray, address
-from ._batches import NUMBER, PAIR, VECTOR, Shape, broadcast_pairs, curve_result, evaluate
-from ._handles import Registered
-from ._library import box_of, call, functions, text_of, values_of
+from ._arrays import FloatArray, address, choice
+from ._curve_queries import CurveQueries
+from ._library import call
 
-TYPE_NAMES = {
-    0: "curve",
-    1: "line",
-    2: "circle",
-    3: "bezier",
-    4: "bspline",
-    5: "nurbs",
-    6: "ellipse",
-    7: "curve on surface",
-    8: "offset",
-}
-SAMPLING = {"parameter": 0, "length": 1, "adaptive": 2}
+ENDS = {"start": 0, "end": 1}
 Z_AXIS = (0.0, 0.0, 1.0)
 
 
-class Curve(Registered):
+class Curve(CurveQueries):
     """A curve in space.
 
     `curve(t)` evaluates it, for one parameter or an array of any shape. Parameters are in the
     curve's own `interval`: [0, 1] for lines, circles and Bezier curves, the angles for ellipses,
     the knot range for spline curves. Methods that change a curve return a new one; only
-    `set_control_point` changes the curve itself.
+    `set_control_point`, `transform`, `apply_pending_transform` and `replace` change the curve
+    itself.
+
+    >>> curve = Curve.bspline([(0, 0, 0), (1, 2, 0), (2, -1, 1), (3, 1, 0), (4, 0, 0)], degree=3)
+    >>> curve
+    <Curve 20000, bspline>
+    >>> curve.interval
+    (0.0, 1.0)
+    >>> curve(0.5)
+    array([2.  , 0.25, 0.5 ])
+    >>> curve([[0.0, 0.1], [0.9, 1.0]]).shape  # many parameters at once
+    (2, 2, 3)
+    >>> left, right = curve.split(0.5)
+    >>> np.isclose(left.length() + right.length(), curve.length())
+    True
     """
 
-    _kind: ClassVar[int] = 0
-    _deleter: ClassVar[str] = "delete_curve"
-    _counter: ClassVar[str] = "get_curves_count"
-    _lister: ClassVar[str] = "get_all_curves"
     __slots__ = ()
 
     # ---- making ----
@@ -49,7 +47,7 @@ class Curve(Registered):
     def line(cls, start: ArrayLike, end: ArrayLike) -> "Curve":
         """The straight line between two points."""
         ends = (*arrays.triple(start, "start"), *arrays.triple(end, "end"))
-        return cls(call("create_curve_line", *ends))
+        return Curve(call("create_curve_line", *ends))
 
     @classmethod
     def circle(
@@ -57,7 +55,7 @@ class Curve(Registered):
     ) -> "Curve":
         """A full circle about a normal."""
         middle = arrays.triple(center, "center")
-        return cls(
+        return Curve(
             call("create_curve_circle", *middle, radius, *arrays.triple(normal, "normal"))
         )
 
@@ -73,13 +71,37 @@ class Curve(Registered):
         """A circular arc between two angles (radians)."""
         middle = arrays.triple(center, "center")
         axis = arrays.triple(normal, "normal")
-        return cls(call("create_arc", *middle, radius, *axis, start, end))
+        return Curve(call("create_arc", *middle, radius, *axis, start, end))
 
     @classmethod
     def arc_through(cls, start: ArrayLike, through: ArrayLike, end: ArrayLike) -> "Curve":
         """The circular arc through three points."""
-        a, b, c = (arrays.vector(p, "a point") for p in (start, through, end))
-        return cls(call("create_arc_three_points", address(a), address(b), address(c)))
+        a, b, c = (
+            arrays.vector(values, name)
+            for values, name in ((start, "start"), (through, "through"), (end, "end"))
+        )
+        return Curve(call("create_arc_three_points", address(a), address(b), address(c)))
+
+    @classmethod
+    def arc_about(
+        cls, center: ArrayLike, start: ArrayLike, end: ArrayLike, normal: ArrayLike = Z_AXIS
+    ) -> "Curve":
+        """The arc about a center from a start, by the right-hand rule, to the direction of an end.
+
+        A full circle where both have the same direction from the center. Of the normal only the
+        part across the radius counts.
+
+        >>> Curve.arc_about((0, 0, 0), start=(2, 0, 0), end=(0, 5, 0)).length() / np.pi
+        1.0
+        """
+        a, b, c, d = (
+            arrays.vector(values, name)
+            for values, name in (
+                (center, "center"), (start, "start"), (end, "end"), (normal, "normal")
+            )
+        )
+        made = (address(a), address(b), address(c), address(d))
+        return Curve(call("create_arc_center_start_end", *made))
 
     @classmethod
     def ellipse(
@@ -97,7 +119,7 @@ class Curve(Registered):
             arrays.vector(v, name)
             for v, name in ((center, "center"), (major_axis, "major_axis"), (normal, "normal"))
         )
-        return cls(
+        return Curve(
             call(
                 "create_ellipse_enhanced", address(middle), address(major), address(axis), a, b,
                 start, end,
@@ -108,7 +130,7 @@ class Curve(Registered):
     def bezier(cls, points: ArrayLike) -> "Curve":
         """A Bezier curve of degree n - 1 from (n, 3) control points."""
         net = arrays.points(points)
-        return cls(call("create_curve_bezier", address(net), len(net)))
+        return Curve(call("create_curve_bezier", address(net), len(net)))
 
     @classmethod
     def bspline(
@@ -117,9 +139,9 @@ class Curve(Registered):
         """A B-spline curve from (n, 3) control points; clamped uniform knots unless given."""
         net = arrays.points(points)
         if knots is None:
-            return cls(call("create_curve_bspline_clamped", address(net), len(net), degree))
-        steps = arrays.floats(knots)
-        return cls(
+            return Curve(call("create_curve_bspline_clamped", address(net), len(net), degree))
+        steps = arrays.shaped(knots, "knots", None)
+        return Curve(
             call(
                 "create_curve_bspline", address(net), len(net), address(steps), steps.size, degree
             )
@@ -130,159 +152,14 @@ class Curve(Registered):
         cls, points: ArrayLike, weights: ArrayLike, knots: ArrayLike, degree: int
     ) -> "Curve":
         """A rational B-spline curve."""
-        net, steps = arrays.points(points), arrays.floats(knots)
-        heaviness = arrays.floats(weights)
-        if heaviness.shape != (len(net),):
-            raise ValueError(f"{len(net)} points need as many weights, not {heaviness.shape}")
-        return cls(
+        net, steps = arrays.points(points), arrays.shaped(knots, "knots", None)
+        heaviness = arrays.shaped(weights, "weights", len(net))
+        return Curve(
             call(
                 "create_curve_nurbs", address(net), len(net), address(heaviness), address(steps),
                 steps.size, degree,
             )
         )
-
-    # ---- asking ----
-
-    @property
-    def type(self) -> str:
-        """The kind of curve, e.g. "bspline"."""
-        return TYPE_NAMES[call("get_curve_type", self.handle)]
-
-    @property
-    def degree(self) -> int:
-        """The polynomial degree; MorvelError for curves without one."""
-        return int(call("get_curve_degree", self.handle))
-
-    @property
-    def is_valid(self) -> bool:
-        """Whether the curve's own checks hold."""
-        return bool(call("is_curve_valid", self.handle))
-
-    @property
-    def info(self) -> str:
-        """The kernel's one-line description."""
-        return text_of("get_curve_info", self.handle)
-
-    @property
-    def control_points(self) -> FloatArray:
-        """(n, 3) control points of a Bezier, B-spline or NURBS curve."""
-        room = 16
-        while True:
-            points = arrays.empty_points(room)
-            written = call("get_control_points", self.handle, address(points), room)
-            if written < room:
-                return points[:written].copy()
-            room *= 4
-
-    @property
-    def interval(self) -> Tuple[float, float]:
-        """The parameters of start and end; a reversed ellipse starts at the larger one."""
-        start, end = arrays.double_out(), arrays.double_out()
-        call("get_curve_parameter_interval", self.handle, start, end)
-        return start[0], end[0]
-
-    @property
-    def knots(self) -> FloatArray:
-        """The (n + degree + 1,) knots of a B-spline or NURBS curve; MorvelError for others."""
-        return values_of("get_curve_knot_vector", self.handle)
-
-    @property
-    def weights(self) -> FloatArray:
-        """The (n,) weights of a NURBS curve; MorvelError for others."""
-        return values_of("get_curve_weights", self.handle)
-
-    @property
-    def bounding_box(self) -> Tuple[FloatArray, FloatArray]:
-        """The least and the greatest corner of a box that holds the curve."""
-        return box_of("get_curve_bounding_box", self.handle)
-
-    # ---- evaluating: parameters of any shape, one call of the kernel ----
-
-    def __call__(self, t: ArrayLike) -> FloatArray:
-        """Points: (..., 3) for parameters of shape (...), so (3,) for one number.
-
-        Parameters are in `interval`; ArgumentError where one is not finite.
-        """
-        return self._evaluate("evaluate_curve_batch", t, VECTOR, 0)
-
-    def point(self, t: ArrayLike) -> FloatArray:
-        """The same as calling the curve."""
-        return self(t)
-
-    def derivatives(self, t: ArrayLike, order: int) -> FloatArray:
-        """(..., order + 1, 3): the points and their derivatives.
-
-        Args:
-            t: parameters of shape (...).
-            order: the highest derivative, 0 to 10; ValueError outside.
-        """
-        return self._evaluate("evaluate_curve_batch", t, curve_result(order), order)
-
-    def tangent(self, t: ArrayLike) -> FloatArray:
-        """(..., 3) unit tangents for parameters of shape (...).
-
-        The zero vector where the first derivative is shorter than 1e-4.
-        """
-        return self._evaluate("evaluate_curve_tangent_batch", t, VECTOR)
-
-    def normal(self, t: ArrayLike) -> FloatArray:
-        """(..., 3) unit principal normals."""
-        return self._evaluate("evaluate_curve_normal_batch", t, VECTOR)
-
-    def curvature(self, t: ArrayLike) -> FloatArray:
-        """Curvatures of the parameters' shape, in 1 / model units."""
-        return self._evaluate("evaluate_curve_curvature_batch", t, NUMBER)
-
-    def length(self, t0: Optional[ArrayLike] = None, t1: Optional[ArrayLike] = None) -> FloatArray:
-        """Arc lengths from t0 to t1, in model units, to 1e-8.
-
-        Args:
-            t0: parameters of any shape that broadcasts with t1; the curve's start unless given.
-            t1: the curve's end unless given.
-        """
-        start, end = self.interval
-        ranges = broadcast_pairs(start if t0 is None else t0, end if t1 is None else t1)
-        return evaluate("evaluate_curve_length_batch", self.handle, ranges, PAIR, NUMBER)
-
-    def closest(self, points: ArrayLike) -> FloatArray:
-        """Parameters (...) of the closest points of the curve to points (..., 3).
-
-        A B-spline curve is searched from the middle of its interval only.
-        """
-        name = "get_curve_closest_parameter_batch"
-        return evaluate(name, self.handle, points, VECTOR, NUMBER)
-
-    def _evaluate(self, name: str, t: ArrayLike, result: Shape, *order: int) -> FloatArray:
-        return evaluate(name, self.handle, t, NUMBER, result, *order)
-
-    def polyline(self) -> FloatArray:
-        """(100, 3) points at equal parameter steps over the whole curve."""
-        count = functions["get_curve_point_count"](self.handle)
-        points = arrays.empty_points(count)
-        call("get_curve_mesh_data", self.handle, address(points), count)
-        return points
-
-    def sample(
-        self, count: int = 100, by: str = "parameter", tolerance: float = 1e-3
-    ) -> FloatArray:
-        """(n, 3) points along the curve.
-
-        Args:
-            count: how many; not used for by="adaptive".
-            by: "parameter" or "length" for equal steps of either, "adaptive" for a polyline whose
-                chords stay within `tolerance` of the curve.
-        """
-        if by not in SAMPLING:
-            raise ValueError(f"by must be one of {', '.join(SAMPLING)}, not {by!r}")
-        room, used = max(count, 1), arrays.int_out()
-        points = arrays.empty_points(room)
-        arguments = (self.handle, SAMPLING[by], count, tolerance)
-        function = functions["sample_curve_advanced"]
-        if function(*arguments, address(points), room, used) == -5:
-            room = used[0]
-            points = arrays.empty_points(room)
-        call("sample_curve_advanced", *arguments, address(points), room, used)
-        return points[: used[0]]
 
     # ---- changing and deriving ----
 
@@ -292,82 +169,83 @@ class Curve(Registered):
         ArgumentError for an index outside 0 to n - 1.
         """
         at = arrays.triple(point, "point")
-        call("modify_curve_control_point", self.handle, index, *at)
+        call("modify_curve_control_point", self, index, *at)
+
+    def transform(self, matrix: ArrayLike) -> None:
+        """Moves the curve itself by a 4 by 4 transform.
+
+        A circle or ellipse that would no longer be one becomes its exact NURBS form.
+
+        >>> circle = Curve.circle((0, 0, 0), radius=1.0)
+        >>> circle.transform(np.diag([3, 1, 1, 1]))
+        >>> circle
+        <Curve 20000, nurbs>
+        >>> circle.bounding_box
+        (array([-3., -1.,  0.]), array([3., 1., 0.]))
+        """
+        m = arrays.matrix(matrix)
+        self._take(call("transform_curve", self, address(m)))
 
     def copy(self) -> "Curve":
         """Another curve equal to this one."""
-        return Curve(call("copy_curve", self.handle))
+        return Curve(call("copy_curve", self))
 
     def reversed(self) -> "Curve":
         """The curve run through the other way."""
-        return Curve(call("reverse_curve", self.handle))
+        return Curve(call("reverse_curve", self))
 
     def offset(self, distance: float, normal: ArrayLike = Z_AXIS) -> "Curve":
-        """Offset by a signed distance to the side normal x tangent."""
+        """Offset by a signed distance (model units) to the side normal x tangent.
+
+        >>> Curve.line((0, 0, 0), (1, 0, 0)).offset(0.5)(0.0)
+        array([0. , 0.5, 0. ])
+        """
         axis = arrays.triple(normal, "normal")
-        return Curve(call("create_curve_normal_offset", self.handle, distance, *axis))
+        return Curve(call("create_curve_normal_offset", self, distance, *axis))
 
     def moved(self, direction: ArrayLike, distance: float) -> "Curve":
         """The curve moved by a distance along a direction."""
         along = arrays.triple(direction, "direction")
-        return Curve(call("create_curve_directional_offset", self.handle, *along, distance))
+        return Curve(call("create_curve_directional_offset", self, *along, distance))
 
     def split(self, u: float) -> "Tuple[Curve, Curve]":
         """Both exact parts at a parameter."""
         left, right = arrays.int_out(), arrays.int_out()
-        call("split_curve", self.handle, u, left, right)
+        call("split_curve", self, u, left, right)
         return Curve(left[0]), Curve(right[0])
 
+    def trim(self, u0: float, u1: float) -> "Curve":
+        """The exact part between two parameters, as a new curve.
+
+        >>> Curve.line((0, 0, 0), (4, 0, 0)).trim(0.25, 0.75).length()
+        2.0
+        """
+        return Curve(call("trim_curve", self, u0, u1))
+
     def trimmed(self, u0: float, u1: float) -> "Curve":
-        """The exact part between two parameters."""
-        return Curve(call("trim_curve", self.handle, u0, u1))
+        """The same as `trim`."""
+        return self.trim(u0, u1)
 
     def extended(self, length: float, end: str = "end", natural: bool = False) -> "Curve":
         """Longer by a length at its "start" or "end", straight or by its own shape."""
-        sides = {"start": 0, "end": 1}
-        if end not in sides:
-            raise ValueError(f"end must be 'start' or 'end', not {end!r}")
-        return Curve(call("extend_curve", self.handle, length, sides[end], int(natural)))
+        side = choice(end, ENDS, "end")
+        return Curve(call("extend_curve", self, length, side, int(bool(natural))))
 
     def elevated(self, times: int = 1) -> "Curve":
         """The same shape on a higher degree."""
-        return Curve(call("elevate_curve_degree", self.handle, times))
+        return Curve(call("elevate_curve_degree", self, times))
 
     def transformed(self, matrix: ArrayLike) -> "Curve":
         """The curve under a 4 by 4 transform."""
         m = arrays.matrix(matrix)
-        return Curve(call("transform_curve", self.handle, address(m)))
+        return Curve(call("transform_curve", self, address(m)))
 
     def simplified(self, tolerance: float) -> "Curve":
         """A B-spline curve with few control points within a tolerance of this one."""
-        return Curve(call("simplify_curve", self.handle, tolerance))
+        return Curve(call("simplify_curve", self, tolerance))
 
     def rebuilt(self, count: int, degree: int = 3) -> "Tuple[Curve, float]":
         """A B-spline curve of `count` control points near this one, and its greatest deviation."""
         deviation = arrays.double_out()
-        curve = Curve(call("rebuild_curve", self.handle, count, degree, deviation))
+        curve = Curve(call("rebuild_curve", self, count, degree, deviation))
         return curve, deviation[0]
-
-    def properties(self) -> Dict[str, object]:
-        """Centre, axes, radii and angles of a circle, arc or ellipse."""
-        return _ellipse(self.handle) if self.type == "ellipse" else _arc(self.handle)
-
-    def _describe(self) -> str:
-        return f", {self.type}"
-
-
-def _arc(handle: int) -> Dict[str, object]:
-    center, normal, numbers = np.empty(3), np.empty(3), np.empty(4)
-    outs = [address(numbers[k:]) for k in range(4)]
-    call("get_arc_properties", handle, address(center), address(normal), *outs)
-    radius, start, end, length = arrays.as_tuple(numbers)
-    return dict(center=center, normal=normal, radius=radius, start=start, end=end, length=length)
-
-
-def _ellipse(handle: int) -> Dict[str, object]:
-    center, major, normal, numbers = np.empty(3), np.empty(3), np.empty(3), np.empty(4)
-    outs = [address(numbers[k:]) for k in range(4)]
-    vectors = (address(center), address(major), address(normal))
-    call("get_ellipse_properties", handle, *vectors, *outs)
-    a, b, start, end = arrays.as_tuple(numbers)
-    return dict(center=center, major_axis=major, normal=normal, a=a, b=b, start=start, end=end)

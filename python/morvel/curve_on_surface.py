@@ -4,12 +4,13 @@ from __future__ import annotations
 
 from typing import ClassVar, Tuple
 
+import numpy as np
 from numpy.typing import ArrayLike
 
 from . import _arrays as arrays
 from ._arrays import FloatArray, address
-from ._batches import NUMBER, PAIR, VECTOR, evaluate
-from ._handles import Registered
+from ._batches import NUMBER, PAIR, VECTOR, Shape, evaluate
+from ._handles import Registered, checked
 from ._library import call
 from .surface import Surface
 
@@ -19,6 +20,13 @@ class CurveOnSurface(Registered):
 
     It keeps its surface alive: it works on after the surface was closed, and follows changes made
     to the surface in place. Points outside [0, 1] x [0, 1] are taken to the edge.
+
+    >>> ball = Surface.sphere((0, 0, 0), 2.0)
+    >>> curve = CurveOnSurface.bspline(ball, [(0.1, 0.5), (0.4, 0.6), (0.7, 0.5)], degree=2)
+    >>> curve.uv(0.0)
+    array([0.1, 0.5])
+    >>> np.allclose(np.linalg.norm(curve(np.linspace(0, 1, 9)), axis=1), 2.0)
+    True
     """
 
     _kind: ClassVar[int] = 3
@@ -36,28 +44,34 @@ class CurveOnSurface(Registered):
             uv: (n, 2) control points, more than `degree` of them (ArgumentError).
             degree: at least 1.
         """
-        points = arrays.floats(uv)
-        if points.ndim != 2 or points.shape[1:] != PAIR:
-            raise ValueError(f"points in the parameter plane need shape (n, 2), not {points.shape}")
-        made = (surface.handle, address(points), len(points), degree)
-        return cls(call("create_curve_on_surface", *made))
+        points = arrays.pairs(uv, "points in the parameter plane")
+        base = checked(surface, Surface, "surface")
+        return CurveOnSurface(
+            call("create_curve_on_surface", base, address(points), len(points), degree)
+        )
 
     @property
     def interval(self) -> Tuple[float, float]:
         """The first and the last parameter."""
         start, end = arrays.double_out(), arrays.double_out()
-        call("get_curve_on_surface_interval", self.handle, start, end)
+        call("get_curve_on_surface_interval", self, start, end)
         return start[0], end[0]
 
     @property
     def base(self) -> int:
         """The handle of its surface; MorvelError once that is not registered any more."""
-        return int(call("get_curve_on_surface_base", self.handle))
+        return int(call("get_curve_on_surface_base", self))
 
     def __call__(self, t: ArrayLike) -> FloatArray:
         """Points in space: (..., 3) for parameters of shape (...)."""
-        return evaluate("evaluate_curve_on_surface_batch", self.handle, t, NUMBER, VECTOR)
+        return self._evaluate("evaluate_curve_on_surface_batch", t, VECTOR)
 
     def uv(self, t: ArrayLike) -> FloatArray:
         """Points in the parameter plane: (..., 2) for parameters of shape (...)."""
-        return evaluate("evaluate_curve_on_surface_uv_batch", self.handle, t, NUMBER, PAIR)
+        return self._evaluate("evaluate_curve_on_surface_uv_batch", t, PAIR)
+
+    def _evaluate(self, name: str, t: ArrayLike, result: Shape) -> FloatArray:
+        return np.asarray(evaluate(name, self, t, NUMBER, result))
+
+    def _describe(self) -> str:
+        return ", parameters {:g} to {:g}".format(*self.interval)

@@ -15,6 +15,12 @@ from ._arrays import FloatArray, IntArray
 class Mesh:
     """Triangles over vertices.
 
+    >>> mesh = Surface.sphere((0, 0, 0), 1.0).mesh(100)
+    >>> mesh.vertices.shape, mesh.triangles.shape
+    ((10000, 3), (19602, 3))
+    >>> round(abs(mesh.volume()) / (4 / 3 * np.pi), 2)
+    1.0
+
     Attributes:
         vertices: (n, 3) positions in model units.
         triangles: (m, 3) indices into the vertices.
@@ -46,7 +52,7 @@ class Mesh:
 
     def _cross(self) -> FloatArray:
         a, b, c = (self.vertices[self.triangles[:, k]] for k in range(3))
-        return np.cross(b - a, c - a)
+        return np.asarray(np.cross(b - a, c - a))
 
     @staticmethod
     def joined(meshes: "Iterable[Mesh]") -> "Mesh":

@@ -3,33 +3,36 @@
 from __future__ import annotations
 
 import ctypes
-from typing import List, NamedTuple, Sequence, Tuple, Union
+from typing import Any, Iterable, List, NamedTuple, Tuple, Union
 
 import numpy as np
-from numpy.typing import ArrayLike
+from numpy.typing import ArrayLike, NDArray
 
 from . import _arrays as arrays
-from ._arrays import address
-from ._library import call, failure, functions
+from ._arrays import FloatArray, address, two, whole
+from ._errors import BAD_ARGUMENT, ArgumentError
+from ._handles import handles_of, listed
+from ._library import call, functions, is_registered
 from .curve import Curve
 from .curve_on_surface import CurveOnSurface
 from .surface import Surface
 
 BoundaryCurve = Union[Curve, CurveOnSurface]
+CONTINUITY = (0, 1, 2)  # position, tangent planes, curvatures
 SPANS = 8
 SMOOTHNESS = 0.5
 ITERATIONS = 50
 NET_TOLERANCE = 1e-6
 BOUNDARY_TOLERANCE = 1e-3
-FIRST_ON_SURFACE = 60000  # the kernel numbers curves on surfaces from here, other curves below
+MOST_POINTS_A_SIDE = 1000
 
 
 class FillReport(NamedTuple):
     """How well a surface fills its hole; lengths in model units."""
 
-    max_deviation: float  # from the boundary curves
+    max_deviation: float  #: from the boundary curves
     rms_deviation: float
-    max_angle: float  # radians, to the tangent planes that were asked for
+    max_angle: float  #: radians, to the tangent planes that were asked for
     condition_number: float
 
 
@@ -39,9 +42,9 @@ class LoopReport(NamedTuple):
     valid: bool
     closed: bool
     crossing: bool
-    gaps: Tuple[float, ...]  # gap k: from the end of curve k to the start of the next
-    tolerance: float  # that they were compared with
-    message: str  # the first fault or warning
+    gaps: Tuple[float, ...]  #: gap k: from the end of curve k to the start of the next
+    tolerance: float  #: that they were compared with
+    message: str  #: the first fault or warning
 
 
 class _Validation(ctypes.Structure):
@@ -60,18 +63,37 @@ class _Validation(ctypes.Structure):
     ]
 
 
-def _handles(curves: Sequence[BoundaryCurve]) -> "np.ndarray":
-    return np.array([curve.handle for curve in curves], dtype=np.int32)
+def _listed(curves: Iterable[BoundaryCurve]) -> List[BoundaryCurve]:
+    """The curves; those on surfaces must not share a number with another curve.
+
+    The kernel looks a number up among the curves first, and takes numbers from 60000 for curves on
+    surfaces too: after 40000 curves the two kinds would be confused.
+    """
+    held: List[Any] = listed(curves, (Curve, CurveOnSurface), "curves")
+    for curve in held:
+        if isinstance(curve, CurveOnSurface) and is_registered(Curve._kind, curve.handle):
+            text = f"a curve has the number of the curve on a surface {curve.handle}; clear() restarts"
+            raise ArgumentError("fill", BAD_ARGUMENT, text + " the numbers")
+    return held
 
 
-def _per_curve(values: ArrayLike, count: int, kind: type) -> "np.ndarray":
+def _per_curve(values: ArrayLike, count: int, what: str) -> FloatArray:
     """One value a curve, or the same for all."""
-    spread = np.ascontiguousarray(np.broadcast_to(np.asarray(values), (count,)), dtype=kind)
-    return spread.copy()
+    given = arrays.floats(values, what)
+    if given.shape not in ((), (count,)):
+        raise ValueError(f"{what} needs one value or {count}, not shape {given.shape}")
+    return np.array(np.broadcast_to(given, count))
+
+
+def _levels(values: ArrayLike, count: int) -> "NDArray[np.int32]":
+    given = _per_curve(values, count, "continuity")
+    if not np.isin(given, CONTINUITY).all():
+        raise ValueError(f"continuity must be 0, 1 or 2 for each curve, not {given.tolist()}")
+    return given.astype(np.int32)
 
 
 def fill(
-    curves: Sequence[BoundaryCurve],
+    curves: Iterable[BoundaryCurve],
     continuity: ArrayLike = 0,
     *,
     in_space: bool = True,
@@ -82,6 +104,13 @@ def fill(
     smoothness: float = SMOOTHNESS,
 ) -> "Tuple[Surface, FillReport]":
     """A surface through a loop of curves, and how well it fits.
+
+    >>> corners = [(0, 0, 0), (1, 0, 0.3), (1, 1, 0), (0, 1, 0.3)]
+    >>> sides = [Curve.line(a, b) for a, b in zip(corners, corners[1:] + corners[:1])]
+    >>> with morvel.quiet():
+    ...     surface, report = morvel.fill(sides)
+    >>> report.max_deviation < 1e-6
+    True
 
     Args:
         curves: three or more that run around the hole, each ending where the next begins
@@ -96,15 +125,16 @@ def fill(
     Raises:
         MorvelError: the curves bound no hole; the text says why.
     """
-    handles = _handles(curves)
-    count = len(handles)
-    levels = _per_curve(continuity, count, np.int32)
-    heaviness = _per_curve(weights, count, np.float64)
+    held = _listed(curves)
+    handles, count = handles_of(held), len(held)
+    levels = _levels(continuity, count)
+    heaviness = _per_curve(weights, count, "weights")
     figures, patch = np.empty(4), arrays.int_out()
     surface = Surface(
         call(
             "create_nsided_patch_rbf", address(handles), count, address(levels), address(heaviness),
-            *spans, smoothness, ITERATIONS, NET_TOLERANCE, tolerance, int(hermite), int(in_space),
+            *two(spans, "spans"), smoothness, ITERATIONS, NET_TOLERANCE, tolerance,
+            int(bool(hermite)), int(bool(in_space)),
             0, 0.0, *(address(figures[k:]) for k in range(4)), patch,
         )
     )
@@ -112,33 +142,100 @@ def fill(
     return surface, FillReport(*arrays.as_tuple(figures))
 
 
+def fill_preview(
+    curves: Iterable[BoundaryCurve],
+    continuity: ArrayLike = 0,
+    *,
+    in_space: bool = True,
+    tolerance: float = BOUNDARY_TOLERANCE,
+    weights: ArrayLike = 1.0,
+    spans: Tuple[int, int] = (SPANS, SPANS),
+    resolution: int = 20,
+) -> Tuple[FloatArray, float]:
+    """What `fill` would make, as points, and its deviation from the boundary; nothing is stored.
+
+    >>> corners = [(0, 0, 0), (1, 0, 0.3), (1, 1, 0), (0, 1, 0.3)]
+    >>> sides = [Curve.line(a, b) for a, b in zip(corners, corners[1:] + corners[:1])]
+    >>> with morvel.quiet():
+    ...     points, deviation = morvel.fill_preview(sides, resolution=9)
+    >>> points.shape, morvel.counts().surfaces
+    ((9, 9, 3), 0)
+
+    Args:
+        resolution: 2 to 1000 points a side; the others as for `fill`.
+    """
+    held, side = _listed(curves), whole(resolution, "resolution", 2, MOST_POINTS_A_SIDE)
+    handles, count = handles_of(held), len(held)
+    levels = _levels(continuity, count)
+    heaviness = _per_curve(weights, count, "weights")
+    points, used, deviation = np.empty((side, side, 3)), arrays.int_out(), arrays.double_out()
+    call(
+        "generate_nsided_preview_rbf", address(handles), count, address(levels), address(heaviness),
+        *two(spans, "spans"), tolerance, int(bool(in_space)), side, address(points), side * side,
+        used, deviation,
+    )
+    return points, deviation[0]
+
+
+def suitable_spans(sides: int, tolerance: float = BOUNDARY_TOLERANCE) -> Tuple[int, int]:
+    """Spans in u and v that suit a hole of so many sides.
+
+    >>> morvel.suitable_spans(5)
+    (10, 10)
+    """
+    u, v = arrays.int_out(), arrays.int_out()
+    call("calculate_optimal_spans_rbf", sides, tolerance, u, v)
+    return u[0], v[0]
+
+
 def sort_loop(
-    curves: Sequence[BoundaryCurve], tolerance: float = BOUNDARY_TOLERANCE
+    curves: Iterable[BoundaryCurve], tolerance: float = BOUNDARY_TOLERANCE
 ) -> List[BoundaryCurve]:
-    """The curves in the order of a loop that begins with the first; reversed ones are new curves."""
-    handles = _handles(curves)
-    count = len(handles)
-    ordered, turned = arrays.int_out(count), arrays.int_out(count)
+    """The curves in the order of a loop that begins with the first; reversed ones are new curves.
+
+    >>> a, b, c = (0, 0, 0), (1, 0, 0), (0, 1, 0)
+    >>> mixed = [Curve.line(a, b), Curve.line(a, c), Curve.line(b, c)]
+    >>> with morvel.quiet():
+    ...     loop = morvel.sort_loop(mixed)
+    >>> [curve(0.0).tolist() for curve in loop]
+    [[0.0, 0.0, 0.0], [1.0, 0.0, 0.0], [0.0, 1.0, 0.0]]
+    """
+    held = _listed(curves)
+    handles, count = handles_of(held), len(held)
+    ordered, turned = arrays.int_out(max(count, 1)), arrays.int_out(max(count, 1))
+    before = set(Curve.handles())
     call("auto_sort_boundary_curves_rbf", address(handles), count, tolerance, ordered, turned)
-    given = {curve.handle: curve for curve in curves}
+    made = set(Curve.handles()) - before
+    given = {curve.handle: curve for curve in held}
     return [
-        (Curve if handle < FIRST_ON_SURFACE else CurveOnSurface)(handle) if new else given[handle]
-        for handle, new in zip(ordered, turned)
+        _reversed(handle, made) if new else given[handle]
+        for handle, new in zip(ordered[:count], turned)
     ]
 
 
+def _reversed(handle: int, made: "set[int]") -> BoundaryCurve:
+    return Curve(handle) if handle in made else CurveOnSurface(handle)
+
+
 def validate_loop(
-    curves: Sequence[BoundaryCurve], tolerance: float = BOUNDARY_TOLERANCE
+    curves: Iterable[BoundaryCurve], tolerance: float = BOUNDARY_TOLERANCE
 ) -> LoopReport:
-    """Whether the curves bound a hole as they are."""
-    handles, record = _handles(curves), _Validation()
-    name = "validate_nsided_boundary_rbf"
-    code = functions[name](address(handles), len(handles), tolerance, ctypes.addressof(record))
-    if code < 0:
-        raise failure(name, code)
-    report = LoopReport(
-        bool(record.is_valid), bool(record.is_closed), bool(record.has_intersections),
-        tuple(record.gaps[: record.gap_count]), record.tolerance, record.message.decode(),
-    )
-    functions["free_nsided_validation_results"](ctypes.addressof(record))
-    return report
+    """Whether the curves bound a hole as they are.
+
+    >>> a, b, c = (0, 0, 0), (1, 0, 0), (0, 1, 0)
+    >>> report = morvel.validate_loop([Curve.line(a, b), Curve.line(b, c), Curve.line(c, b)])
+    >>> report.valid, report.gaps
+    (False, (0.0, 0.0, 1.0))
+    """
+    held, record = _listed(curves), _Validation()
+    handles = handles_of(held)
+    at = ctypes.addressof(record)
+    call("validate_nsided_boundary_rbf", address(handles), len(handles), tolerance, at)
+    try:
+        return LoopReport(
+            bool(record.is_valid), bool(record.is_closed), bool(record.has_intersections),
+            tuple(record.gaps[: record.gap_count]), record.tolerance,
+            record.message.decode("utf-8", "replace"),
+        )
+    finally:
+        functions["free_nsided_validation_results"](at)

@@ -2,25 +2,31 @@
 
 from __future__ import annotations
 
-import operator
-from typing import ClassVar, List, Sequence, Tuple
+from typing import TYPE_CHECKING, Any, Iterable, List, Literal, Optional, Sequence, Tuple, Type
+from typing import TypeVar
 
 import numpy as np
-from numpy.typing import ArrayLike
+from numpy.typing import ArrayLike, NDArray
 
 from . import _arrays as arrays
-from ._arrays import FloatArray, address
-from ._batches import PAIR, VECTOR, broadcast_pairs, count_of, evaluate, surface_result
-from ._handles import Registered
-from ._library import box_of, call, call_expecting, text_of, values_of
+from ._arrays import address, choice, two
+from ._handles import checked, handles_of, listed
+from ._library import call, is_trimmed
+from ._surface_queries import SurfaceQueries
+from ._transforms import is_near_identity
 from .curve import Z_AXIS, Curve
-from .mesh import Mesh
+
+if TYPE_CHECKING:
+    from .trimmed import TrimmedSurface
+
+Self = TypeVar("Self", bound="Surface")
+Side = Literal["u_min", "u_max", "v_min", "v_max"]
 
 EXTENSIONS = {"natural": 0, "linear": 1, "reflect": 2}
-MESH_TOLERANCE = 1e-3
+SIDES = {"u_min": 0, "u_max": 1, "v_min": 2, "v_max": 3}
 
 
-class Surface(Registered):
+class Surface(SurfaceQueries):
     """A surface over [0, 1] x [0, 1].
 
     Two evaluations, which differ for B-spline and NURBS surfaces whose knots are not uniform:
@@ -34,14 +40,22 @@ class Surface(Registered):
     and it has the true derivatives and normals of rational surfaces. Use it for a surface that was
     brought in from elsewhere on knots of its own.
 
-    Methods that change a surface return a new one; only `set_control_point` and `transform` change
-    the surface itself.
+    Methods that change a surface return a new one; only `set_control_point`, `transform`,
+    `apply_pending_transform` and `replace` change the surface itself.
+
+    >>> u, v = np.meshgrid(np.arange(4.0), np.arange(4.0), indexing="ij")
+    >>> surface = Surface.bspline(np.stack([u, v, 0.2 * u * v], axis=-1))
+    >>> surface
+    <Surface 40000, bspline_surface>
+    >>> surface((0.5, 0.5))
+    array([1.5 , 1.5 , 0.45])
+    >>> point, du, dv, normal = surface.derivatives((0.5, 0.5))
+    >>> du
+    array([3. , 0. , 0.9])
+    >>> surface(np.zeros((5, 7, 2))).shape  # many parameters at once
+    (5, 7, 3)
     """
 
-    _kind: ClassVar[int] = 1
-    _deleter: ClassVar[str] = "delete_surface"
-    _counter: ClassVar[str] = "get_surfaces_count"
-    _lister: ClassVar[str] = "get_all_surfaces"
     __slots__ = ()
 
     # ---- making: nets ----
@@ -51,7 +65,7 @@ class Surface(Registered):
         """A Bezier patch from (nU, nV, 3) control points."""
         points = arrays.net(net)
         u_fastest = np.ascontiguousarray(points.transpose(1, 0, 2))
-        return cls(call("create_surface_bezier", address(u_fastest), *points.shape[:2]))
+        return Surface(call("create_surface_bezier", address(u_fastest), *points.shape[:2]))
 
     @classmethod
     def bspline(
@@ -61,13 +75,14 @@ class Surface(Registered):
         knots: "Tuple[ArrayLike, ArrayLike] | None" = None,
     ) -> "Surface":
         """A B-spline surface from (nU, nV, 3) control points, clamped uniform knots by default."""
-        points = arrays.net(net)
+        points, orders = arrays.net(net), two(degrees, "degrees")
         counts = points.shape[:2]
         if knots is None:
-            return cls(call("create_surface_bspline_clamped", address(points), *counts, *degrees))
-        u, v = arrays.floats(knots[0]), arrays.floats(knots[1])
-        knot_arrays = (address(u), u.size, address(v), v.size)
-        return cls(call("create_bspline_surface", address(points), *counts, *degrees, *knot_arrays))
+            given = (address(points), *counts, *orders)
+            return Surface(call("create_surface_bspline_clamped", *given))
+        u, v = (arrays.shaped(k, "knots", None) for k in two(knots, "knots"))
+        given = (address(points), *counts, *orders, address(u), u.size, address(v), v.size)
+        return Surface(call("create_bspline_surface", *given))
 
     @classmethod
     def nurbs(
@@ -85,13 +100,12 @@ class Surface(Registered):
             knots: in u and v: (nU + degree + 1,) and (nV + degree + 1,), never decreasing.
             degrees: in u and v, at least 1 and below the number of points.
         """
-        net, heaviness = arrays.net(points), arrays.floats(weights)
-        if heaviness.shape != net.shape[:2]:
-            raise ValueError(f"a net of {net.shape[:2]} needs such weights, not {heaviness.shape}")
-        u, v = arrays.floats(knots[0]), arrays.floats(knots[1])
+        net = arrays.net(points)
+        heaviness = arrays.shaped(weights, "weights", *net.shape[:2])
+        u, v = (arrays.shaped(k, "knots", None) for k in two(knots, "knots"))
         knot_arrays = (address(u), u.size, address(v), v.size)
-        given = (address(net), *net.shape[:2], address(heaviness))
-        return cls(call("create_surface_nurbs", *given, *knot_arrays, *degrees))
+        given = (address(net), *net.shape[:2], address(heaviness), *knot_arrays)
+        return Surface(call("create_surface_nurbs", *given, *two(degrees, "degrees")))
 
     # ---- making: analytic surfaces ----
 
@@ -102,12 +116,12 @@ class Surface(Registered):
             arrays.vector(values, name)
             for values, name in ((origin, "origin"), (u_vector, "u_vector"), (v_vector, "v_vector"))
         )
-        return cls(call("create_surface_plane", address(o), address(u), address(v)))
+        return Surface(call("create_surface_plane", address(o), address(u), address(v)))
 
     @classmethod
     def sphere(cls, center: ArrayLike, radius: float) -> "Surface":
         """A sphere."""
-        return cls(call("create_surface_sphere", *arrays.triple(center, "center"), radius))
+        return Surface(call("create_surface_sphere", *arrays.triple(center, "center"), radius))
 
     @classmethod
     def cylinder(
@@ -115,7 +129,7 @@ class Surface(Registered):
     ) -> "Surface":
         """A cylinder's side from a base centre along an axis."""
         base_center, along = arrays.triple(base, "base"), arrays.triple(axis, "axis")
-        return cls(call("create_surface_cylinder", *base_center, radius, *along, height))
+        return Surface(call("create_surface_cylinder", *base_center, radius, *along, height))
 
     @classmethod
     def cone(
@@ -123,7 +137,7 @@ class Surface(Registered):
     ) -> "Surface":
         """A cone's side; the apex lies `height` along the axis."""
         base_center, along = arrays.triple(base, "base"), arrays.triple(axis, "axis")
-        return cls(call("create_surface_cone", *base_center, *along, radius, height))
+        return Surface(call("create_surface_cone", *base_center, *along, radius, height))
 
     @classmethod
     def torus(
@@ -131,14 +145,14 @@ class Surface(Registered):
     ) -> "Surface":
         """A torus."""
         middle, along = arrays.triple(center, "center"), arrays.triple(axis, "axis")
-        return cls(call("create_surface_torus", *middle, *along, major, minor))
+        return Surface(call("create_surface_torus", *middle, *along, major, minor))
 
     @classmethod
     def cube(cls, center: ArrayLike, side: float) -> "List[Surface]":
         """The six faces of a cube."""
         middle, faces = arrays.vector(center, "center"), arrays.int_out(6)
         call("create_cube", address(middle), side, faces)
-        return [cls(face) for face in faces]
+        return [Surface(face) for face in faces]
 
     # ---- making: from curves ----
 
@@ -146,7 +160,8 @@ class Surface(Registered):
     def extrude(cls, profile: Curve, direction: ArrayLike, distance: float) -> "Surface":
         """A profile moved along a direction; u runs along the profile."""
         along = arrays.triple(direction, "direction")
-        return cls(call("create_surface_extrude", profile.handle, *along, distance))
+        given = (checked(profile, Curve, "profile"), *along, distance)
+        return Surface(call("create_surface_extrude", *given))
 
     @classmethod
     def revolve(
@@ -159,193 +174,66 @@ class Surface(Registered):
     ) -> "Surface":
         """A profile turned about an axis between two angles (radians)."""
         where = (*arrays.triple(axis_point, "axis_point"), *arrays.triple(axis, "axis"))
-        return cls(call("create_surface_revolve", profile.handle, *where, start, end))
+        given = (checked(profile, Curve, "profile"), *where, start, end)
+        return Surface(call("create_surface_revolve", *given))
 
     @classmethod
     def ruled(cls, first: Curve, second: Curve) -> "Surface":
         """Straight lines between two curves."""
-        return cls(call("create_surface_ruled", first.handle, second.handle))
+        ends = checked(first, Curve, "first"), checked(second, Curve, "second")
+        return Surface(call("create_surface_ruled", *ends))
 
     @classmethod
-    def loft(cls, sections: Sequence[Curve], degree: int = 3) -> "Surface":
-        """A surface through section curves in their order."""
-        handles = np.array([section.handle for section in sections], dtype=np.int32)
-        return cls(call("create_surface_loft", address(handles), len(handles), degree))
+    def loft(cls, sections: Iterable[Curve], degree: int = 3) -> "Surface":
+        """A surface through section curves in their order, 2 to 1000 of them.
+
+        >>> rings = [Curve.circle((0, 0, z), radius) for z, radius in ((0, 1), (1, 2), (2, 1))]
+        >>> Surface.loft(rings)
+        <Surface 40000, loft_surface>
+        """
+        held = listed(sections, Curve, "sections")
+        handles = handles_of(held)
+        return Surface(call("create_surface_loft", address(handles), len(handles), degree))
 
     @classmethod
     def sweep(cls, profile: Curve, path: Curve) -> "Surface":
         """A profile carried along a path."""
-        return cls(call("create_surface_sweep", profile.handle, path.handle))
+        ends = checked(profile, Curve, "profile"), checked(path, Curve, "path")
+        return Surface(call("create_surface_sweep", *ends))
 
     @classmethod
     def pipe(cls, path: Curve, radius: float) -> "Surface":
         """A tube about a path."""
-        return cls(call("create_surface_pipe", path.handle, radius))
+        return Surface(call("create_surface_pipe", checked(path, Curve, "path"), radius))
 
-    # ---- asking ----
+    @classmethod
+    def adopt(cls: Type[Self], handle: int) -> Self:
+        """The surface behind a handle that a C function gave out; it is deleted with the result.
 
-    @property
-    def type(self) -> str:
-        """The kind of surface, e.g. "bspline_surface"."""
-        return text_of("get_surface_type", self.handle)
-
-    @property
-    def degrees(self) -> Tuple[int, int]:
-        """The degrees in u and v; MorvelError for surfaces without."""
-        return (
-            int(call("get_surface_u_degree", self.handle)),
-            int(call("get_surface_v_degree", self.handle)),
-        )
-
-    @property
-    def control_points(self) -> FloatArray:
-        """The (nU, nV, 3) control net."""
-        counts = tuple(
-            int(call(f"get_surface_{d}_control_points_count", self.handle)) for d in "uv"
-        )
-        points = np.empty((*counts, arrays.DIMENSIONS))
-        used = arrays.int_out()
-        room = counts[0] * counts[1]
-        call("get_surface_control_points", self.handle, address(points), room, used, None, None)
-        return points
-
-    @property
-    def knots(self) -> Tuple[FloatArray, FloatArray]:
-        """The stored knots in u and v."""
-        u, v = (values_of(f"get_surface_{d}_knot_vector", self.handle) for d in "uv")
-        return u, v
-
-    @property
-    def is_rational(self) -> bool:
-        """Whether weights differ."""
-        return bool(call("is_surface_rational", self.handle))
-
-    @property
-    def domain(self) -> Tuple[float, float, float, float]:
-        """(u_min, u_max, v_min, v_max) of evaluation."""
-        out = np.empty(4)
-        call("get_surface_parameter_domain", self.handle, *(address(out[k:]) for k in range(4)))
-        u_min, u_max, v_min, v_max = arrays.as_tuple(out)
-        return u_min, u_max, v_min, v_max
-
-    @property
-    def exact_domain(self) -> Tuple[float, float, float, float]:
-        """(u_min, u_max, v_min, v_max) of `exact`: the stored knots' range, else `domain`."""
-        if not call("get_surface_u_knots_count", self.handle):
-            return self.domain
-        (p, q), (u, v) = self.degrees, self.knots
-        return float(u[p]), float(u[-p - 1]), float(v[q]), float(v[-q - 1])
-
-    @property
-    def weights(self) -> FloatArray:
-        """The (nU, nV) weights of a NURBS surface; MorvelError for others."""
-        values = values_of("get_surface_weights", self.handle)
-        return values.reshape(call("get_surface_u_control_points_count", self.handle), -1)
-
-    @property
-    def bounding_box(self) -> Tuple[FloatArray, FloatArray]:
-        """The least and the greatest corner of a box that holds the surface."""
-        return box_of("get_surface_bounding_box", self.handle)
-
-    def area(self) -> float:
-        """The area of the surface's 20 x 20 polyhedron."""
-        return float(call("get_surface_area", self.handle, MESH_TOLERANCE))
-
-    # ---- evaluating: parameters of any shape, one call of the kernel ----
-
-    def __call__(self, uv: ArrayLike) -> FloatArray:
-        """Points: (..., 3) for parameters of shape (..., 2).
-
-        A spline surface is taken on clamped uniform knots; `exact` is the one on its stored knots.
-        ArgumentError where a parameter is not finite.
+        A `TrimmedSurface` where it is one. HandleError where nothing is registered under the
+        number, ArgumentError where another Python object stands for it.
         """
-        return self.derivatives(uv, 0)
+        if cls is Surface and is_trimmed(handle):
+            from .trimmed import TrimmedSurface
 
-    def point(self, u: ArrayLike, v: ArrayLike) -> FloatArray:
-        """The same for u and v apart, which broadcast."""
-        return self(broadcast_pairs(u, v))
-
-    def derivatives(self, uv: ArrayLike, order: int = 1) -> FloatArray:
-        """Points and derivatives at parameters of shape (..., 2).
-
-            point, du, dv, normal = np.moveaxis(surface.derivatives(uv), -2, 0)
-
-        By contract those of a rational surface are placeholders (unit x, unit y, normal z); `exact`
-        gives the true ones.
-
-        Args:
-            uv: ArgumentError where a parameter is not finite.
-            order: 0, 1 or 2; ValueError for any other.
-
-        Returns:
-            Order 0: (..., 3), the points. Order 1: (..., 4, 3), point, du, dv and unit normal.
-            Order 2: (..., 7, 3), then duu, duv and dvv.
-        """
-        result = surface_result(order)
-        return evaluate("evaluate_surface_batch", self.handle, uv, PAIR, result, order)
-
-    def exact(self, uv: ArrayLike, order: int = 0) -> FloatArray:
-        """Points and derivatives of the surface that the stored knots define.
-
-        The same shapes and errors as `derivatives`, with the true derivatives and normals of
-        rational surfaces. Parameters are in units of the stored knots, clamped to `exact_domain`. A
-        surface without knots is evaluated as by `derivatives`.
-        """
-        result = surface_result(order)
-        return evaluate("evaluate_surface_exact_batch", self.handle, uv, PAIR, result, order)
-
-    def grid(self, u: ArrayLike, v: ArrayLike, order: int = 0) -> FloatArray:
-        """Points and derivatives at every pair of a u and a v, on clamped uniform knots.
-
-        Args:
-            u, v: of any shapes, usually (nU,) and (nV,).
-
-        Returns:
-            The vectors of `derivatives`, behind the shape of u and then that of v: (nU, nV, 3) at
-            order 0.
-        """
-        out = np.empty(np.shape(u) + np.shape(v) + surface_result(order))
-        us, vs = arrays.floats(u), arrays.floats(v)
-        given = (address(us), count_of(us.shape), address(vs), count_of(vs.shape))
-        call("evaluate_surface_grid", self.handle, *given, operator.index(order), address(out))
-        return out
-
-    def normals(self, uv: ArrayLike) -> FloatArray:
-        """(..., 3) unit normals at parameters of shape (..., 2); zero where there is none.
-
-        (0, 0, 1) everywhere on a rational surface, by contract: `exact(uv, 1)` has the true ones.
-        """
-        return evaluate("get_surface_normal_batch", self.handle, uv, PAIR, VECTOR)
-
-    def normal(self, u: ArrayLike, v: ArrayLike) -> FloatArray:
-        """The same for u and v apart, which broadcast."""
-        return self.normals(broadcast_pairs(u, v))
-
-    def closest(self, points: ArrayLike) -> FloatArray:
-        """Parameters (..., 2) of the closest points of the surface to points (..., 3)."""
-        name = "get_surface_closest_parameter_batch"
-        return evaluate(name, self.handle, points, VECTOR, PAIR)
-
-    def mesh(self, resolution: int = 20) -> Mesh:
-        """A triangle mesh of resolution x resolution vertices; resolution 3 to 200."""
-        count = max(resolution, 0)
-        vertices = arrays.empty_points(count * count)
-        triangles = np.empty((2 * max(count - 1, 0) ** 2, 3), dtype=np.int32)
-        vertex_count, triangle_count = arrays.int_out(), arrays.int_out()
-        call(
-            "tessellate_surface", self.handle, resolution, address(vertices), vertex_count,
-            address(triangles), triangle_count,
-        )
-        return Mesh(vertices, triangles)
+            trimmed: Any = TrimmedSurface(handle)
+            return trimmed  # type: ignore[no-any-return]
+        return cls(handle)
 
     # ---- deriving ----
 
-    def copy(self) -> "Surface":
+    def copy(self: Self) -> Self:
         """Another surface equal to this one."""
-        return Surface(call("copy_surface", self.handle))
+        return type(self)(call("copy_surface", self))
 
     def split_u(self, u: float) -> "Tuple[Surface, Surface]":
-        """Both parts of a B-spline or Bezier surface at a parameter from 0 to 1."""
+        """Both parts of a B-spline or Bezier surface at a parameter between 0 and 1.
+
+        >>> net = [[(x, y, x * y) for y in range(3)] for x in range(3)]
+        >>> left, right = Surface.bezier(net).split_u(0.5)
+        >>> left((1.0, 0.5)), right((0.0, 0.5))
+        (array([1., 1., 1.]), array([1., 1., 1.]))
+        """
         return self._split("u", u)
 
     def split_v(self, v: float) -> "Tuple[Surface, Surface]":
@@ -354,7 +242,7 @@ class Surface(Registered):
 
     def _split(self, direction: str, parameter: float) -> "Tuple[Surface, Surface]":
         left, right = arrays.int_out(), arrays.int_out()
-        call(f"split_surface_at_{direction}", self.handle, parameter, left, right)
+        call(f"split_surface_at_{direction}", self, parameter, left, right)
         return Surface(left[0]), Surface(right[0])
 
     def extension(self, side: str, amount: float, kind: str = "natural") -> "Surface":
@@ -365,33 +253,30 @@ class Surface(Registered):
             amount: its length in model units.
             kind: "natural" (position, tangent, curvature), "linear" or "reflect".
         """
-        sides = ("u_min", "u_max", "v_min", "v_max")
-        if side not in sides:
-            raise ValueError(f"side must be one of {', '.join(sides)}, not {side!r}")
-        if kind not in EXTENSIONS:
-            raise ValueError(f"kind must be one of {', '.join(EXTENSIONS)}, not {kind!r}")
-        amounts = [amount if name == side else 0.0 for name in sides]
-        return Surface(call("extend_surface", self.handle, *amounts, EXTENSIONS[kind]))
+        choice(side, SIDES, "side")
+        how = choice(kind, EXTENSIONS, "kind")
+        amounts = [amount if name == side else 0.0 for name in SIDES]
+        return Surface(call("extend_surface", self, *amounts, how))
 
     def reversed_u(self) -> "Surface":
         """The surface with u run through the other way."""
-        return Surface(call("reverse_surface_u", self.handle))
+        return Surface(call("reverse_surface_u", self))
 
     def reversed_v(self) -> "Surface":
         """The surface with v run through the other way."""
-        return Surface(call("reverse_surface_v", self.handle))
+        return Surface(call("reverse_surface_v", self))
 
     def transposed(self) -> "Surface":
         """A B-spline surface with u and v exchanged."""
-        return Surface(call("transpose_bspline_surface", self.handle))
+        return Surface(call("transpose_bspline_surface", self))
 
     def elevated(self, u: int = 0, v: int = 0) -> "Surface":
         """The same shape on degrees raised by u and v (at least one above 0)."""
-        result = self
+        result: Surface = self
         for direction, times in (("u", u), ("v", v)):
             if times:
                 out = arrays.int_out()
-                call(f"elevate_surface_{direction}_degree", result.handle, times, out)
+                call(f"elevate_surface_{direction}_degree", result, times, out)
                 result = Surface(out[0])
         if result is self:
             raise ValueError("u or v must be above 0")
@@ -399,22 +284,51 @@ class Surface(Registered):
 
     def to_bspline(self) -> "Surface":
         """The surface as a B-spline surface."""
-        return Surface(call("convert_surface_to_bspline", self.handle))
+        return Surface(call("convert_surface_to_bspline", self))
 
     def to_nurbs(self) -> "Surface":
         """A spline surface within 1e-6 of this one."""
-        return Surface(call("convert_surface_to_nurbs", self.handle))
+        return Surface(call("convert_surface_to_nurbs", self))
 
     def set_control_point(self, i: int, j: int, point: ArrayLike) -> None:
         """Moves a control point of a B-spline or Bezier surface, in place."""
         at = arrays.triple(point, "point")
-        call("modify_surface_control_point", self.handle, i, j, *at)
+        call("modify_surface_control_point", self, i, j, *at)
 
     def transform(self, matrix: ArrayLike) -> None:
-        """Moves the surface itself by a 4 by 4 transform."""
+        """Moves the surface itself by a 4 by 4 transform; a pending one stays pending.
+
+        A trimmed surface takes a base of its own. MorvelError, and nothing is changed, where the
+        kind of surface cannot take the transform, such as a sphere that would become an ellipsoid.
+
+        >>> ball = Surface.sphere((0, 0, 0), 1.0)
+        >>> ball.transform([[2, 0, 0, 5], [0, 2, 0, 0], [0, 0, 2, 0], [0, 0, 0, 1]])
+        >>> ball.bounding_box[1]
+        array([7., 2., 2.])
+        """
         m = arrays.matrix(matrix)
-        call_expecting(1, "set_surface_matrix", self.handle, address(m))
-        call_expecting(1, "apply_surface_matrix", self.handle)
+        if not is_near_identity(m):
+            return self._apply(m)
+        # The kernel would take it for none: it goes a long step out and back.
+        out, back = np.eye(4), np.eye(4)
+        out[0, 3] = -1.0
+        back[:3, 3] = m[:3, 0]
+        self._apply(m @ out)
+        self._apply(back)
+
+    def _apply(self, matrix: "NDArray[np.float64]") -> None:
+        before = self.pending_transform
+        self.pending_transform = matrix
+        try:
+            self.apply_pending_transform()
+        finally:
+            self.pending_transform = before
+
+    def transformed(self: Self, matrix: ArrayLike) -> Self:
+        """A copy under a 4 by 4 transform; errors as for `transform`."""
+        made = self.copy()
+        made.transform(matrix)
+        return made
 
     def __add__(self, other: "Surface") -> "Surface":
         """Adds control points, on common degrees and knots."""
@@ -427,9 +341,65 @@ class Surface(Registered):
     def _arithmetic(self, other: "Surface", operation: int) -> "Surface":
         if not isinstance(other, Surface):
             return NotImplemented
-        operands = (self.handle, other.handle, -1)
-        return Surface(call("surface_arithmetic_operation", *operands, operation))
+        return Surface(call("surface_arithmetic_operation", self, other, -1, operation))
 
-    def _describe(self) -> str:
-        return f", {self.type}"
+    @staticmethod
+    def boolean_sum(first: "Surface", second: "Surface", third: "Surface") -> "Surface":
+        """first + second - third by control points, as Coons and Gordon surfaces are put together.
 
+        >>> a, b, c = (Surface.plane((0, 0, z), (1, 0, 0), (0, 1, 0)) for z in (3, 5, 1))
+        >>> Surface.boolean_sum(a, b, c)((0.5, 0.5))
+        array([0.5, 0.5, 7. ])
+        """
+        operands = [
+            checked(given, Surface, what)
+            for given, what in ((first, "first"), (second, "second"), (third, "third"))
+        ]
+        return Surface(call("surface_arithmetic_operation", *operands, 2))
+
+    # ---- trimming ----
+
+    def trim(
+        self,
+        *,
+        u: Optional[Tuple[float, float]] = None,
+        v: Optional[Tuple[float, float]] = None,
+        circle: Optional[Tuple[ArrayLike, float]] = None,
+        outer: Optional[Sequence[Any]] = None,
+        holes: Optional[Sequence[Any]] = None,
+        plane: Optional[Tuple[ArrayLike, ArrayLike]] = None,
+        inside: Optional[Iterable[Curve]] = None,
+        outside: Optional[Iterable[Curve]] = None,
+        tolerance: float = 1e-6,
+    ) -> "TrimmedSurface":
+        """The part that one kind of cut leaves; the maker of `TrimmedSurface` in brackets.
+
+        >>> plate = Surface.plane((0, 0, 0), (4, 0, 0), (0, 2, 0))
+        >>> round(plate.trim(u=(0.25, 0.75)).area(), 9)
+        4.0
+        >>> round(plate.trim(outer=[[(0, 0), (1, 0), (1, 1)]]).area(), 9)
+        4.0
+        >>> round(plate.trim(plane=((1, 0, 0), (1, 0, 0))).area(), 9)
+        6.0
+
+        Args:
+            u, v: the part over a rectangle in the parameter plane (`rectangular`).
+            circle: centre (u, v) and radius of a round hole (`circular_hole`).
+            outer, holes: polygons of (n, 2) corners u v (`polygons`), or lists of curves in space
+                (`wires`; `outer` is then one list of curves).
+            plane: a point, and the normal to the side that stays (`snipped`).
+            inside, outside: the curves of a loop in space, to keep what is within or without it
+                (`snipped_by_curves`).
+            tolerance: the distance in parameters within which a point is on a loop.
+
+        Raises:
+            TypeError: no kind of cut is given, or several.
+        """
+        from .trimmed import trim
+
+        given = dict(
+            rectangle=None if u is None and v is None else (u, v), circle=circle,
+            loops=None if outer is None and holes is None else (outer or (), holes or ()),
+            plane=plane, inside=inside, outside=outside,
+        )  # fmt: skip
+        return trim(self, given, tolerance)

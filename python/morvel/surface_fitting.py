@@ -8,8 +8,8 @@ import numpy as np
 from numpy.typing import ArrayLike
 
 from . import _arrays as arrays
-from ._arrays import FloatArray, address, int_out
-from ._errors import BAD_ARGUMENT, MorvelError
+from ._arrays import FloatArray, address, choice, int_out, two
+from ._errors import BAD_ARGUMENT
 from ._library import call, call_expecting, failure, functions, text_of
 from .surface import Surface
 
@@ -64,12 +64,6 @@ class _Engine:
         return values[: used[0]]
 
 
-def _coded(value: str, codes: "dict[str, int]", what: str) -> int:
-    if value not in codes:
-        raise ValueError(f"{what} must be one of {sorted(codes)}, not {value!r}")
-    return codes[value]
-
-
 def fit_surface_with_report(
     points: ArrayLike,
     control_counts: Optional[Tuple[int, int]] = None,
@@ -81,24 +75,31 @@ def fit_surface_with_report(
     regularization: float = _DEFAULT_LAMBDA,
     condition_threshold: float = _DEFAULT_THRESHOLD,
 ) -> Tuple[Surface, FitReport]:
-    """As `fit_surface`, with what the fit says about itself."""
+    """As `fit_surface`, with what the fit says about itself.
+
+    >>> xy = np.random.default_rng(1).uniform(-1, 1, (500, 2))
+    >>> with morvel.quiet():
+    ...     surface, report = morvel.fit_surface_with_report(np.column_stack([xy, xy.prod(axis=1)]))
+    >>> report.max_deviation < 0.01, report.parameters.shape
+    (True, (500, 2))
+    """
     array = arrays.points(points)
-    counts = control_counts or (0, 0)
-    coded_method, coded_mode = _coded(method, METHODS, "method"), _coded(mode, MODES, "mode")
-    given = (address(array), len(array), *degrees, *counts)
+    counts = (0, 0) if control_counts is None else two(control_counts, "control_counts")
+    coded_method, coded_mode = choice(method, METHODS, "method"), choice(mode, MODES, "mode")
+    given = (address(array), len(array), *two(degrees, "degrees"), *counts)
     if mode == "expert":
         number = call(
             "create_surface_engine1_with_expert_options",
             *given,
             _PARAMETERIZATION_FREE,
-            int(condition_analysis),
-            int(regularize),
-            float(regularization),
+            int(bool(condition_analysis)),
+            int(bool(regularize)),
+            regularization,
             0,
             0,
             0,
             _DEFAULT_TOLERANCE,
-            float(condition_threshold),
+            condition_threshold,
         )
     else:
         number = call("create_surface_engine1_with_fitting_mode", *given, coded_mode)
@@ -108,8 +109,12 @@ def fit_surface_with_report(
         numbers, times = [arrays.double_out() for _ in range(3)], arrays.double_out(3)
         call("get_surface_engine1_report", number, *numbers, times)
         report = FitReport(
-            *(value[0] for value in numbers),
-            *times,
+            numbers[0][0],
+            numbers[1][0],
+            numbers[2][0],
+            times[0],
+            times[1],
+            times[2],
             text_of("get_surface_engine1_method", number),
             tuple(text_of("get_surface_engine1_warnings", number).splitlines()),
             np.column_stack([engine.parameters(name, len(array)) for name in "uv"]),
@@ -127,6 +132,12 @@ def fit_surface(
 ) -> Surface:
     """The least-squares B-spline surface near (n, 3) points in no order, n at least 4.
 
+    >>> xy = np.random.default_rng(1).uniform(-1, 1, (500, 2))
+    >>> with morvel.quiet():
+    ...     surface = morvel.fit_surface(np.column_stack([xy, xy.prod(axis=1)]))
+    >>> surface
+    <Surface 40001, bspline_surface>
+
     Args:
         control_counts: of the net in u and v; by the number of points where it is not given. Either
             is capped at sqrt(n) / (larger degree + 1), but never below 4.
@@ -141,12 +152,13 @@ def fit_surface(
 
 
 def _interpolated(grid: FloatArray, degrees: Tuple[int, int]) -> _Engine:
-    number = call("create_surface_engine2", address(grid), *grid.shape[:2], *degrees, 0)
+    given = (address(grid), *grid.shape[:2], *two(degrees, "degrees"), 0)
+    number = call("create_surface_engine2", *given)
     engine = _Engine("surface_engine2", number)
     try:
         call_expecting(1, "initialize_surface_engine2", number)
         call_expecting(1, "create_surface_engine2_interpolated_surface", number)
-    except MorvelError:
+    except BaseException:
         engine.close()
         raise
     return engine
@@ -155,7 +167,16 @@ def _interpolated(grid: FloatArray, degrees: Tuple[int, int]) -> _Engine:
 def interpolate_grid_with_report(
     grid: ArrayLike, degrees: Tuple[int, int] = (3, 3)
 ) -> Tuple[Surface, GridReport]:
-    """As `interpolate_grid`, with the parameters of rows and columns and the deviation."""
+    """As `interpolate_grid`, with the parameters of rows and columns and the deviation.
+
+    >>> x, y = np.meshgrid([0.0, 1, 3, 4], [0.0, 2, 3, 4], indexing="ij")
+    >>> grid = np.stack([x, y, x * y], axis=-1)
+    >>> with morvel.quiet():
+    ...     surface, report = morvel.interpolate_grid_with_report(grid)
+    >>> uv = np.stack(np.meshgrid(report.u_parameters, report.v_parameters, indexing="ij"), axis=-1)
+    >>> np.allclose(surface.exact(uv), grid)
+    True
+    """
     array = arrays.net(grid)
     with _interpolated(array, degrees) as engine:
         deviation = functions["get_surface_engine2_max_deviation"](engine.number)
@@ -171,6 +192,12 @@ def interpolate_grid(grid: ArrayLike, degrees: Tuple[int, int] = (3, 3)) -> Surf
 
     It passes through the grid on its stored knots: `surface.exact` at the parameters that
     `interpolate_grid_with_report` tells. Either degree is below the number of rows or columns.
+
+    >>> x, y = np.meshgrid(np.arange(4.0), np.arange(5.0), indexing="ij")
+    >>> with morvel.quiet():
+    ...     surface = morvel.interpolate_grid(np.stack([x, y, x * y], axis=-1))
+    >>> surface.control_points.shape
+    (4, 5, 3)
     """
     with _interpolated(arrays.net(grid), degrees) as engine:
         return Surface(call("register_surface_engine2_in_main_system", engine.number))
