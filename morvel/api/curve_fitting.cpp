@@ -17,12 +17,14 @@
 #include "morvel/fitting/bspline_interpolation_engine.h"
 #include "morvel/fitting/constrained_bspline_engine.h"
 #include "morvel/fitting/global_interpolation.h"
+#include "morvel/foundation/progress.h"
 #include "morvel/foundation/status_line.h"
 
 using namespace trova_internal;
 namespace status = trova::foundation::status;
 using status::Symbol;
 using trova::foundation::Point3D;
+using trova::foundation::progress::Stage;
 using trova::geometry::BSplineCurve;
 using trova::geometry::BSplineFittingEngine;
 using trova::geometry::BSplineInterpolationEngine;
@@ -63,8 +65,9 @@ bool isFiniteWhereChecked(const BSplineCurve& curve) {
                      [&](double t) { return curve.evaluate(t).isFinite(); });
 }
 
-int storeFitted(std::unique_ptr<BSplineCurve> curve, const char* label) {
+int storeFitted(std::unique_ptr<BSplineCurve> curve, const char* label, Stage* stage = nullptr) {
   if (!isFiniteWhereChecked(*curve)) return refuseAloud(kNotFinite);
+  if (stage) stage->finish();
   const int handle = storeCurve(std::move(curve));
   status::debug("curve operation: ", label, " ", handle);
   return handle;
@@ -87,7 +90,7 @@ std::vector<Point3D> withoutRepeats(const std::vector<Point3D>& points) {
 
 // A handle, or -1 where something else is to be tried.
 int tryToFit(const double* points, int count, int degree,
-             trova::geometry::GeometricCore::ParameterizationMethod method) {
+             trova::geometry::GeometricCore::ParameterizationMethod method, Stage& stage) {
   return guarded(kNoCurve, kAttempt, [&] {
     const std::vector<Point3D> unique = withoutRepeats(copyPoints(points, count));
     if (unique.size() < kFewestUniquePoints) {
@@ -102,8 +105,42 @@ int tryToFit(const double* points, int count, int degree,
     if (!fit.success) return kNoCurve;
     status::progress(Symbol::None, "   ", status::symbolText(Symbol::Chart),
                      "Maximum deviation: ", fit.max_error, ", RMS deviation: ", fit.rms_error);
-    return isFiniteWhereChecked(*fit.curve) ? storeFitted(std::move(fit.curve), "Engine1_fit")
-                                            : kNoCurve;
+    return isFiniteWhereChecked(*fit.curve)
+               ? storeFitted(std::move(fit.curve), "Engine1_fit", &stage)
+               : kNoCurve;
+  });
+}
+
+int fitSimply(const double* points, int count, int degree, Stage& stage) {
+  auto curve = BSplineFittingEngine::fit_points(copyPoints(points, count), degree);
+  if (!curve) {
+    status::failure("Engine 1 failed to create curve (returned null)");
+    return refuse(kBadArgument, "Engine 1 failed to create curve");
+  }
+  return storeFitted(std::move(curve), "Engine1_fit", &stage);
+}
+
+int fitByLineProjection(const double* points, int count, int degree, Stage& stage) {
+  const int curve = tryToFit(points, count, degree, LINE_PROJECTION, stage);
+  if (curve >= 0) return curve;
+  status::progress(Symbol::Working, "Fallback to original method...");
+  return fitSimply(points, count, degree, stage);
+}
+
+int fitAdaptively(const double* points, int count, int degree, Stage& stage) {
+  const int curve = tryToFit(points, count, degree, ADAPTIVE_AUTO, stage);
+  if (curve >= 0) return curve;
+  status::progress(Symbol::Working, "Fallback to LINE_PROJECTION method...");
+  return fitByLineProjection(points, count, degree, stage);
+}
+
+// The fit and whatever is tried after it, as one operation.
+template <class Fit>
+int checkedFit(const double* points, int count, int degree, Fit fit) {
+  if (const int refused = checkInput(points, count, degree)) return refused;
+  return guarded(kNoCurve, kFitting, [&] {
+    Stage stage("fitting a curve");
+    return fit(points, count, degree, stage);
   });
 }
 
@@ -183,29 +220,15 @@ int checkParameters(const double* parameters, std::int64_t count) {
 }  // namespace
 
 int fit_bspline_curve_simple(const double* points, int count, int degree) {
-  if (const int refused = checkInput(points, count, degree)) return refused;
-  return guarded(kNoCurve, kFitting, [&] {
-    auto curve = BSplineFittingEngine::fit_points(copyPoints(points, count), degree);
-    if (!curve) {
-      status::failure("Engine 1 failed to create curve (returned null)");
-      return refuse(kBadArgument, "Engine 1 failed to create curve");
-    }
-    return storeFitted(std::move(curve), "Engine1_fit");
-  });
+  return checkedFit(points, count, degree, fitSimply);
 }
 
 int fit_bspline_curve_with_line_projection(const double* points, int count, int degree) {
-  if (const int refused = checkInput(points, count, degree)) return refused;
-  if (const int curve = tryToFit(points, count, degree, LINE_PROJECTION); curve >= 0) return curve;
-  status::progress(Symbol::Working, "Fallback to original method...");
-  return fit_bspline_curve_simple(points, count, degree);
+  return checkedFit(points, count, degree, fitByLineProjection);
 }
 
 int fit_bspline_curve_adaptive_parameterization(const double* points, int count, int degree) {
-  if (const int refused = checkInput(points, count, degree)) return refused;
-  if (const int curve = tryToFit(points, count, degree, ADAPTIVE_AUTO); curve >= 0) return curve;
-  status::progress(Symbol::Working, "Fallback to LINE_PROJECTION method...");
-  return fit_bspline_curve_with_line_projection(points, count, degree);
+  return checkedFit(points, count, degree, fitAdaptively);
 }
 
 int interpolate_bspline_curve(const double* points, int count, int degree) {

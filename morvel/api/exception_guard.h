@@ -5,9 +5,11 @@
 #include <exception>
 
 #include "morvel/api/result_codes.h"
+#include "morvel/foundation/progress.h"
 
 // The only place that catches. An exported function is its checks and its one line of work inside
-// `guarded`; what varies between families is data.
+// `guarded`; what varies between families is data. Inside the host's progress callback every
+// guarded function refuses, since an operation is at work on the objects.
 
 namespace trova_internal {
 
@@ -28,13 +30,18 @@ struct FailureTexts {
 void reportException(const FailureTexts& texts, const char* what) noexcept;
 
 /// Runs `work` and returns its result; any exception becomes the texts and `failed`. The unwinding
-/// of a cancelled thread is no failure and passes through.
+/// of a cancelled thread is no failure and passes through, and so does the cancelling of a stage
+/// that was opened outside.
 template <class Result, class Work>
 Result guarded(Result failed, const FailureTexts& texts, Work&& work) {
   try {
+    trova::foundation::progress::requireOutsideCallback();
     return work();
   } catch (const abi::__forced_unwind&) {
     throw;
+  } catch (const trova::foundation::progress::Cancelled& e) {
+    if (trova::foundation::progress::isUnderWay()) throw;
+    reportException(texts, e.what());
   } catch (const std::exception& e) {
     reportException(texts, e.what());
   } catch (...) {
@@ -48,9 +55,13 @@ Result guarded(Result failed, const FailureTexts& texts, Work&& work) {
 template <class Report, class Work>
 auto guardedBy(Report&& report, Work&& work) -> decltype(work()) {
   try {
+    trova::foundation::progress::requireOutsideCallback();
     return work();
   } catch (const abi::__forced_unwind&) {
     throw;
+  } catch (const trova::foundation::progress::Cancelled& e) {
+    if (trova::foundation::progress::isUnderWay()) throw;
+    return report(e.what());
   } catch (const std::exception& e) {
     return report(e.what());
   } catch (...) {

@@ -1,13 +1,18 @@
 #pragma once
 
 #include <limits>
+#include <memory>
 #include <stdexcept>
 #include <utility>
+
+#include "morvel/api/exception_guard.h"
+#include "morvel/foundation/progress.h"
 
 namespace trova_internal {
 
 /// The operations on one table of objects by handle. The map and the counter are plain globals with
-/// documented names; this is a view of them, so that a table may share another's numbering.
+/// documented names; this is a view of them, so that a table may share another's numbering. What is
+/// removed inside the host's progress callback lives until the operation ends.
 template <class Map>
 class HandleRegistry {
  public:
@@ -51,8 +56,9 @@ class HandleRegistry {
   bool erase(int handle) {
     const auto entry = map_.find(handle);
     if (entry == map_.end()) return false;
-    [[maybe_unused]] const Object destroyedLast = std::move(entry->second);
+    Object destroyedLast = std::move(entry->second);
     map_.erase(entry);
+    letGo(destroyedLast);
     return true;
   }
 
@@ -61,6 +67,7 @@ class HandleRegistry {
     if (to == from) return;
     const auto source = map_.find(from);
     std::swap(map_.at(to), source->second);
+    letGo(source->second);
     map_.erase(source);
   }
 
@@ -83,10 +90,18 @@ class HandleRegistry {
     doomed.swap(map_);
     next_ = first_;
     generation_ = generation_ == std::numeric_limits<int>::max() ? 0 : generation_ + 1;
+    letGo(doomed);
     return removed;
   }
 
  private:
+  template <class Doomed>
+  static void letGo(Doomed& doomed) noexcept {
+    namespace progress = trova::foundation::progress;
+    if (progress::isCallingHost())
+      endsWell([&] { progress::keepUntilEnd(std::make_shared<Doomed>(std::move(doomed))); });
+  }
+
   Map& map_;
   int& next_;
   int first_;

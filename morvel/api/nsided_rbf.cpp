@@ -9,10 +9,12 @@
 #include "morvel/api/internal/new_surface.h"
 #include "morvel/api/internal/nsided_access.h"
 #include "morvel/api/internal/refusals.h"
+#include "morvel/foundation/progress.h"
 #include "morvel/foundation/status_line.h"
 
 using namespace trova_internal;
 using namespace trova_internal::nsided;
+using trova::foundation::progress::Stage;
 using trova::foundation::status::join;
 using trova::geometry::NSidedQuality;
 
@@ -23,6 +25,7 @@ constexpr int kMostIterations = 10'000;
 constexpr int kMostSamples = 2000;  // of all curves
 constexpr int kFewestPreviewPoints = 2;
 constexpr int kMostPreviewPoints = 1000;
+constexpr double kUntilFilled = 0.8;  // of the time of a preview
 
 constexpr FailureTexts kCreation{"Exception in N-sided patch creation: ", nullptr,
                                  "Unknown error in N-sided patch creation"};
@@ -160,9 +163,16 @@ int generate_nsided_preview_rbf(const int* curves, int count, const int* continu
     parameters.spansV = spansV;
     parameters.boundaryTolerance = boundaryTolerance;
     parameters.fillInSpace = fillInSpace != 0;
+    Stage stage("previewing a fill");
     std::unique_ptr<RBFNSidedPatch> made;
-    if (const int code = makePatch(arguments, parameters, made)) return code;
-    writePoints(made->generatePreview(resolution), points);
+    {
+      const Stage step(nullptr, 0.0, kUntilFilled);
+      if (const int code = makePatch(arguments, parameters, made)) return code;
+    }
+    const Stage step(nullptr, kUntilFilled);
+    const auto preview = made->generatePreview(resolution);
+    stage.finish();
+    writePoints(preview, points);
     *maxDeviation = made->getQuality().maxDeviation;
     return kSuccess;
   });

@@ -10,12 +10,14 @@
 #include "morvel/api/internal/spline_form.h"
 #include "morvel/api/internal/surface_lookup.h"
 #include "morvel/foundation/knot_vector.h"
+#include "morvel/foundation/progress.h"
 #include "morvel/foundation/status_line.h"
 #include "morvel/foundation/tolerances.h"
 #include "morvel/surfaces/to_nurbs.h"
 
 using namespace trova_internal;
 namespace tg = trova::geometry;
+namespace progress = trova::foundation::progress;
 namespace status = trova::foundation::status;
 using tg::BSplineSurface;
 using trova::foundation::Point3D;
@@ -97,6 +99,8 @@ bool takeOperands(const std::array<int, 3>& handles, int operation, Operands& op
   report(status::Symbol::Check, "Surface arithmetic: looking up the operands");
   const std::size_t count = operation == kAddThenSubtract ? 3 : 2;
   for (std::size_t k = 0; k < count; ++k) {
+    const progress::Stage stage("converting to spline form", double(k) / double(count),
+                                double(k + 1) / double(count));
     if (!addOperand(handles[k], operands)) return false;
   }
   dump("operands", operands);
@@ -297,6 +301,7 @@ int storeResult(tg::ControlNet net, MergedKnots knots, const BSplineSurface& mod
 }
 
 int combinedSurface(const std::array<int, 3>& handles, int operation) {
+  progress::Stage stage("combining surfaces");
   Operands operands;
   MergedKnots knots;
   tg::ControlNet net;
@@ -304,6 +309,7 @@ int combinedSurface(const std::array<int, 3>& handles, int operation) {
       !mergeKnots(operands, knots) || !refineOperands(operands, knots) ||
       !combine(operands, operation, net))
     return kBadArgument;
+  stage.finish();
   return storeResult(std::move(net), std::move(knots), *operands.front());
 }
 

@@ -1,10 +1,12 @@
 // Surfaces trimmed by curves in space and by planes.
 
+#include <algorithm>
 #include <span>
 #include <utility>
 
 #include "morvel/api/copy_arrays.h"
 #include "morvel/api/internal/trimmed_surface_lookup.h"
+#include "morvel/foundation/progress.h"
 #include "morvel/foundation/status_line.h"
 #include "morvel/query/unified_projection_engine.h"
 #include "morvel/trimmed_surface/plane_snip.h"
@@ -14,6 +16,7 @@
 using namespace trova_internal;
 namespace ts = trova::geometry::trimmed_surface;
 namespace status = trova::foundation::status;
+using trova::foundation::progress::Stage;
 using trova::projection::UnifiedProjectionEngine;
 
 namespace {
@@ -51,17 +54,30 @@ class WireTrim {
         base_(std::move(base)),
         joinDistance_(kJoiningShare * base_->getBoundingBox().diagonal().magnitude()) {}
 
-  /// Registers the pieces of the projected curve and appends them; false where there are none.
-  bool project(int handle, Pieces& pieces) const {
+  WireTrim(const WireTrim&) = delete;
+  WireTrim& operator=(const WireTrim&) = delete;
+  ~WireTrim() {
+    for (const int handle : registered_)
+      curveOnSurfaceTable().erase(handle);
+  }
+
+  /// How many curves there are to project, at most: each is that share of the whole.
+  void expect(double curves) { share_ = 1.0 / std::max(curves, 1.0); }
+
+  /// Appends the pieces of the projected curve; false where there are none. They are registered
+  /// when the surface is stored.
+  bool project(int handle, Pieces& pieces) {
+    const Stage stage("projecting a curve", done_, done_ + share_);
+    done_ = std::min(done_ + share_, 1.0);
     const auto* curve = curveTable().findAs<Curve>(handle);
     if (!curve) return false;
-    auto projected = endsWellWith(
-        [&] { return UnifiedProjectionEngine::project_single_curve(*curve, base_, {}); });
+    auto projected =
+        orNothing([&] { return UnifiedProjectionEngine::project_single_curve(*curve, base_, {}); });
     bool isAny = false;
     for (auto& piece : projected) {
       if (!piece.curve_on_surface) continue;
-      const int stored = storeCurveOnSurface(std::move(piece.curve_on_surface));
-      pieces.push_back(*curveOnSurfaceTable().find(stored));
+      pieces.emplace_back(std::move(piece.curve_on_surface));
+      made_.push_back(pieces.back());
       isAny = true;
     }
     return isAny;
@@ -87,18 +103,28 @@ class WireTrim {
     for (std::size_t k = 0; k < surface_->getNumTrimLoops(); ++k)
       status::debug("[DEBUG] Trim loop ", k,
                     " validation: ", surface_->getTrimLoop(k).validate() ? "PASSED" : "FAILED");
-    return storeSurface(std::move(surface_));
+    stage_.finish();
+    registered_.reserve(made_.size());
+    for (const auto& piece : made_)
+      registered_.push_back(curveOnSurfaceTable().store(piece));
+    const int handle = storeSurface(std::move(surface_));
+    registered_.clear();
+    return handle;
   }
 
  private:
   /// A curve that cannot be projected has no pieces; the text of the fault is not kept.
   template <class Work>
-  static auto endsWellWith(Work&& work) -> decltype(work()) {
-    decltype(work()) result;
-    endsWell([&] { result = work(); });
-    return result;
+  static auto orNothing(Work&& work) -> decltype(work()) {
+    constexpr FailureTexts kNoText{.keepsText = false};
+    return guarded(decltype(work())(), kNoText, work);
   }
 
+  Stage stage_{"trimming by wires"};
+  double done_ = 0.0;
+  double share_ = 1.0;
+  Pieces made_;
+  std::vector<int> registered_;  // erased again unless the surface is stored
   std::unique_ptr<ts::WireTrimmedSurface> surface_;
   std::shared_ptr<trova::geometry::Surface> base_;
   double joinDistance_;
@@ -119,11 +145,18 @@ struct InnerLoops {
   int count;
   const int* sizes;
   const int* curves;
+
+  double curveCount() const {
+    double sum = 0.0;
+    for (int k = 0; k < count; ++k)
+      sum += std::max(sizes[k], 0);
+    return sum;
+  }
 };
 
 /// The pieces of loop k, whose curves start at `index`, which moves on. Empty where the loop is
 /// abandoned.
-Pieces innerPieces(const WireTrim& trim, const InnerLoops& loops, int k, std::int64_t& index) {
+Pieces innerPieces(WireTrim& trim, const InnerLoops& loops, int k, std::int64_t& index) {
   Pieces pieces;
   for (int i = 0; i < loops.sizes[k]; ++i, ++index) {
     // By contract: the bound is computed from the size of the current loop.
@@ -172,8 +205,10 @@ int create_wire_trimmed_surface(int surface, int numOuterCurves, const int* oute
           "inner_loop_sizes and inner_curve_handles cannot be NULL when num_inner_loops > 0");
     WireTrim trim(std::move(base), optionsOf(options));
     const std::size_t outerCount = numOuterCurves > 0 ? std::size_t(numOuterCurves) : 0;
+    const InnerLoops inner{numInnerLoops, innerLoopSizes, innerCurves};
+    trim.expect(double(outerCount) + inner.curveCount());
     addOuterBoundary(trim, {outerCurves, outerCount});
-    addInnerLoops(trim, {numInnerLoops, innerLoopSizes, innerCurves});
+    addInnerLoops(trim, inner);
     return trim.store();
   });
 }
@@ -186,6 +221,7 @@ int snip_surface_with_wire_3d(int surface, const int* curves, int count, int kee
     if (!curves || count < 1) return refuseTrimmed(kNoWire, "The wire has no curves");
     WireTrim trim(std::move(base), optionsOf(options));
     Pieces pieces;
+    trim.expect(count);
     for (int k = 0; k < count; ++k) {
       if (!trim.project(curves[k], pieces))
         printError("Failed to project curve ", curves[k], " to surface");

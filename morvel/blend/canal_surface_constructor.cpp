@@ -5,6 +5,7 @@
 
 #include "morvel/blend/internal/net_interpolation.h"
 #include "morvel/fitting/global_interpolation.h"
+#include "morvel/foundation/progress.h"
 
 namespace trova::geometry::blend {
 namespace {
@@ -59,13 +60,16 @@ class Builder {
                 config.degree_v) {}
 
   CanalResult build(double deviation) {
+    foundation::progress::Stage stage("building the surface");
     int count = std::clamp(config_.samples_along, config_.degree_u + 1, kMostSections);
     for (;; count = std::min(2 * count, kMostSections)) {
       result_.surface = through(count);
       if (!result_.surface) return std::move(result_);
       if (!measure(count)) return fail();
       const bool isDone = !config_.refine_along || result_.deviation <= deviation;
-      if (isDone || count == kMostSections) return std::move(result_);
+      if (!isDone && count < kMostSections) continue;
+      stage.finish();
+      return std::move(result_);
     }
   }
 
@@ -91,7 +95,9 @@ class Builder {
     const internal::UniformInterpolation along(count, config_.degree_u);
     const int width = static_cast<int>(across_.parameters().size());
     ControlNet net(count, width);
+    foundation::progress::Stage stage(nullptr);
     for (int i = 0; i < count; ++i) {
+      stage.report(i, 2.0 * kMostSections);
       const std::vector<Point3D> points = section(along.parameters()[std::size_t(i)]);
       if (points.empty()) return nullptr;
       for (int j = 0; j < width; ++j)
@@ -108,7 +114,9 @@ class Builder {
   bool measure(int count) {
     result_.deviation = 0.0;
     const int probes = count / 2;
+    foundation::progress::Stage stage(nullptr);
     for (int k = 0; k < probes; ++k) {
+      stage.report(0.0);
       const double t = (k + 0.37) / probes;
       const std::vector<Point3D> points = section(t);
       if (points.empty()) return false;

@@ -7,6 +7,7 @@
 
 #include "morvel/blend/internal/true_derivatives.h"
 #include "morvel/foundation/linear_solvers.h"
+#include "morvel/foundation/progress.h"
 
 namespace trova::geometry::blend {
 namespace {
@@ -203,6 +204,7 @@ std::vector<ContactTriplet> ContactPointSolver::computeContactPoints(
     std::span<const double> radii, const ContactPointConfig& config) {
   if (radii.size() != 1 && radii.size() != centres.size())
     throw std::invalid_argument("Contact points need one radius for all centres or one for each");
+  foundation::progress::Stage stage("solving contacts");
   std::vector<ContactTriplet> triplets;
   triplets.reserve(centres.size());
   const auto solve = [&](const Surface& surface, const ContactPoint* before, std::size_t k) {
@@ -213,10 +215,12 @@ std::vector<ContactTriplet> ContactPointSolver::computeContactPoints(
     return solveSingleContactPoint(surface, centres[k], radius, guess, config);
   };
   for (std::size_t k = 0; k < centres.size(); ++k) {
+    stage.report(double(k), double(centres.size()));
     const ContactTriplet* before = k > 0 ? &triplets.back() : nullptr;
     triplets.push_back({centres[k], solve(surface1, before ? &before->first : nullptr, k),
                         solve(surface2, before ? &before->second : nullptr, k)});
   }
+  stage.finish();
   return triplets;
 }
 

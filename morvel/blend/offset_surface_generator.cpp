@@ -4,6 +4,7 @@
 
 #include "morvel/blend/internal/net_interpolation.h"
 #include "morvel/blend/internal/offset_field.h"
+#include "morvel/foundation/progress.h"
 
 namespace trova::geometry::blend {
 namespace {
@@ -45,7 +46,9 @@ NormalSamples OffsetSurfaceGenerator::sampleSurfaceWithNormals(const Surface& su
   samples.nU = static_cast<int>(us.size());
   samples.nV = static_cast<int>(vs.size());
   const internal::OffsetField field(surface, distance);
-  for (const double u : us)
+  foundation::progress::Stage stage("sampling normals");
+  for (const double u : us) {
+    stage.report(double(samples.points.size()), double(us.size() * vs.size()));
     for (const double v : vs) {
       const internal::Jet jet = field.at(u, v);
       const internal::Jet seen = hasNormal(jet) ? jet : besidePole(field, u, v);
@@ -56,6 +59,7 @@ NormalSamples OffsetSurfaceGenerator::sampleSurfaceWithNormals(const Surface& su
       if (!hasNormal(seen)) ++samples.without_normal;
       if (seen.folded) ++samples.folded;
     }
+  }
   return samples;
 }
 
@@ -82,6 +86,7 @@ std::unique_ptr<BSplineSurface> OffsetSurfaceGenerator::createOffsetSurface(cons
 std::unique_ptr<BSplineSurface> OffsetSurfaceGenerator::createOffsetSurface(
     const Surface& surface, const Distance& distance, int resolution) {
   if (resolution < 2 || !surface.isValid()) return nullptr;
+  foundation::progress::Stage stage("offsetting a surface");
   const ParameterDomain domain = surface.getParameterDomain();
   const std::vector<double> us = spreadOver(domain.uMin, domain.uMax, resolution);
   const std::vector<double> vs = spreadOver(domain.vMin, domain.vMax, resolution);
@@ -93,7 +98,9 @@ std::unique_ptr<BSplineSurface> OffsetSurfaceGenerator::createOffsetSurface(
       samples.points[k] = samples.points[k] + samples.normals[k] * distance(u, v);
       ++k;
     }
-  return fitBSplineToOffsetPoints(samples.points, samples.nU, samples.nV);
+  auto offset = fitBSplineToOffsetPoints(samples.points, samples.nU, samples.nV);
+  stage.finish();
+  return offset;
 }
 
 }  // namespace trova::geometry::blend

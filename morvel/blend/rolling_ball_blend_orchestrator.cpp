@@ -1,9 +1,11 @@
 #include "morvel/blend/rolling_ball_blend_orchestrator.h"
 
 #include <cmath>
+#include <iterator>
 #include <utility>
 
 #include "morvel/blend/internal/blend_run.h"
+#include "morvel/foundation/progress.h"
 #include "morvel/foundation/status_line.h"
 
 namespace trova::geometry::blend {
@@ -37,7 +39,11 @@ RollingBallBlendResult bestOf(const Run& run) {
   constexpr double kClearlyLonger = 1.01;
   RollingBallBlendResult best;
   std::vector<std::string> errors;
+  foundation::progress::Stage stage("blending");
+  double done = 0.0;
   for (const Sides& sides : kSides) {
+    const foundation::progress::Stage attempt(nullptr, done, done + 1.0 / std::size(kSides));
+    done += 1.0 / std::size(kSides);
     RollingBallBlendResult result = run(sides);
     if (!result.success) {
       std::string text = std::string(sides.name) + ": " + result.status;
@@ -47,7 +53,10 @@ RollingBallBlendResult bestOf(const Run& run) {
       best = std::move(result);
     }
   }
-  if (best.success) return best;
+  if (best.success) {
+    stage.finish();
+    return best;
+  }
   best.status = "No sides of the surfaces give a blend";
   best.errors = std::move(errors);
   return best;

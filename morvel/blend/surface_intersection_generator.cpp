@@ -6,6 +6,7 @@
 
 #include "morvel/blend/internal/branch_tracer.h"
 #include "morvel/blend/internal/cell_pairs.h"
+#include "morvel/foundation/progress.h"
 
 namespace trova::geometry::blend {
 namespace {
@@ -44,8 +45,10 @@ class Search {
 
   SurfaceIntersection run() {
     if (!(pair_.size() > 0.0)) return {};
+    foundation::progress::Stage stage("searching for branches");
     const std::vector<CellPair> pairs = meetingCells(gridA_, gridB_);
     for (const CellPair& cells : pairs) {
+      stage.report(double(&cells - pairs.data()), double(pairs.size()));
       if (static_cast<int>(traced_.size()) >= kMostBranches || isCoincident(pairs.size())) break;
       tryPair(cells);
     }
@@ -302,8 +305,11 @@ SurfaceIntersection SurfaceIntersectionGenerator::computeOffsetIntersection(
   const bool isUsable = surface1.isValid() && surface2.isValid() && std::isfinite(distance1) &&
                         std::isfinite(distance2) && config.tolerance > 0.0;
   if (!isUsable) return {};
+  foundation::progress::Stage stage("intersecting surfaces");
   const OffsetField a(surface1, distance1), b(surface2, distance2);
-  return Search(a, b, config).run();
+  SurfaceIntersection met = Search(a, b, config).run();
+  stage.finish();
+  return met;
 }
 
 }  // namespace trova::geometry::blend

@@ -9,6 +9,7 @@
 #include "morvel/fitting/internal/curve_normal_equations.h"
 #include "morvel/fitting/internal/curve_points.h"
 #include "morvel/fitting/internal/stopwatch.h"
+#include "morvel/foundation/progress.h"
 #include "morvel/foundation/spline_basis.h"
 #include "morvel/foundation/status_line.h"
 
@@ -17,12 +18,16 @@ namespace {
 
 namespace status = foundation::status;
 using foundation::nurbs::SplineBasis;
+using foundation::progress::Stage;
 using internal::CurveNormalEquations;
 using status::join;
 
 constexpr double kOrdinaryComplexity = 1.0;
 constexpr int kLeastKnotCheckDegree = 3;
 constexpr int kDim = 3;
+
+// Shares of a fit, by the times that they take for many points.
+constexpr double kUntilSolved = 0.7;
 
 // Systems up to this size are written out and solved by the dense solvers.
 constexpr std::int64_t kMaxDenseEntries = 10'000;
@@ -78,6 +83,7 @@ BSplineFittingEngine::FittingResult BSplineFittingEngine::fit_points_detailed(
 
 BSplineFittingEngine::FittingResult BSplineFittingEngine::fit_with_detailed_info() {
   const internal::Stopwatch clock;
+  Stage stage("fitting a curve");
   FittingResult result;
   result.success = validate_inputs() && setup_parameterization() && setup_degree() &&
                    setup_knot_vector() && solve_fitting_system() && make_curve();
@@ -85,6 +91,7 @@ BSplineFittingEngine::FittingResult BSplineFittingEngine::fit_with_detailed_info
   result.num_control_points = num_control_points_;
   if (result.success) {
     compute_fitting_error(result);
+    stage.finish();
     result.curve = std::move(curve_);
   } else {
     result.error_message = last_error();
@@ -150,6 +157,7 @@ bool BSplineFittingEngine::generate_knot_vector() {
 }
 
 bool BSplineFittingEngine::solve_fitting_system() {
+  Stage stage("solving", 0.0, kUntilSolved);
   const std::int64_t m = std::int64_t(points().size()), n = num_control_points_;
   status::progress(status::Symbol::None, "   ", status::symbolText(status::Symbol::Chart),
                    "Control Point Optimization: ", m, " input points → ", n,
@@ -225,6 +233,7 @@ bool BSplineFittingEngine::make_curve() {
 }
 
 void BSplineFittingEngine::compute_fitting_error(FittingResult& result) const {
+  const Stage stage("measuring", kUntilSolved);
   const internal::Deviation deviation = internal::deviationOf(*curve_, parameters_, points());
   result.max_error = deviation.maximum();
   result.rms_error = deviation.rms();

@@ -6,6 +6,7 @@
 
 #include "morvel/fitting/global_interpolation.h"
 #include "morvel/fitting/internal/curve_points.h"
+#include "morvel/foundation/progress.h"
 #include "morvel/foundation/status_line.h"
 
 namespace trova::geometry {
@@ -16,6 +17,7 @@ using enum GeometricCore::ParameterizationMethod;
 using status::join;
 
 constexpr int kUsualDegree = 3;
+constexpr double kUntilSolved = 0.7;  // of the time, for many points
 
 }  // namespace
 
@@ -46,6 +48,7 @@ BSplineInterpolationEngine::interpolate_points_detailed(const std::vector<Point3
 
 BSplineInterpolationEngine::InterpolationResult
 BSplineInterpolationEngine::interpolate_with_detailed_info() {
+  foundation::progress::Stage stage("interpolating");
   InterpolationResult result;
   const auto failedIn = [&](const char* step) {
     status::failure("ENGINE2: ", step, last_error());
@@ -57,7 +60,11 @@ BSplineInterpolationEngine::interpolate_with_detailed_info() {
   if (!call_global_interpolation()) return failedIn("Interpolation failed: ");
   result.degree = degree_;
   result.num_control_points = curve_->getControlPointCount();
-  compute_interpolation_error(result);
+  {
+    const foundation::progress::Stage step("measuring", kUntilSolved);
+    compute_interpolation_error(result);
+  }
+  stage.finish();
   result.curve = std::move(curve_);
   result.success = true;
   return result;
@@ -106,6 +113,7 @@ std::vector<double> BSplineInterpolationEngine::chosen_parameters() const {
 
 bool BSplineInterpolationEngine::call_global_interpolation() {
   const bool byChords = options_.parameterization == int(CHORD_LENGTH);
+  foundation::progress::Stage stage("solving", 0.0, kUntilSolved);
   parameters_ = chosen_parameters();
   status::progress(status::Symbol::None, "   ", status::symbolText(status::Symbol::Chart),
                    "ENGINE2: Using ", byChords ? "chord length" : "alternative",

@@ -9,6 +9,7 @@
 #include "morvel/fitting/internal/control_point_count.h"
 #include "morvel/fitting/internal/curve_points.h"
 #include "morvel/fitting/internal/near_duplicates.h"
+#include "morvel/foundation/progress.h"
 #include "morvel/foundation/status_line.h"
 
 namespace trova::geometry {
@@ -19,6 +20,7 @@ using status::join;
 
 constexpr double kInterpolationWeight = 1e6;
 constexpr double kApproximationWeight = 1.0;
+constexpr double kUntilSolved = 0.8;  // of the time
 
 }  // namespace
 
@@ -80,11 +82,14 @@ ConstrainedBSplineEngine::create_mixed_constraints(
 
 ConstrainedBSplineEngine::ConstrainedFittingResult
 ConstrainedBSplineEngine::fit_with_detailed_info() {
+  foundation::progress::Stage stage("fitting a constrained curve");
   ConstrainedFittingResult result;
   const char* step = "";
   try {
     result.success = run_steps(step);
     if (result.success) compute_quality_metrics(result);
+  } catch (const foundation::progress::Cancelled&) {
+    throw;
   } catch (const std::exception& fault) {
     step = "";
     result.success = set_error(join("Exception during constrained fitting: ", fault.what()));
@@ -92,6 +97,7 @@ ConstrainedBSplineEngine::fit_with_detailed_info() {
   result.degree = options_.degree;
   result.num_control_points = num_control_points_;
   if (result.success) {
+    stage.finish();
     result.curve = std::make_unique<BSplineCurve>(*curve_);
   } else {
     result.error_message = last_error();
@@ -205,9 +211,12 @@ const BSplineCurve& ConstrainedBSplineEngine::solved_curve() const {
 }
 
 double ConstrainedBSplineEngine::largest_error(const std::vector<int>& indices) const {
+  foundation::progress::Stage stage("measuring", kUntilSolved);
   internal::Deviation deviation;
-  for (const int i : indices)
-    deviation.add(compute_constraint_error(constraints_[i]));
+  for (std::size_t k = 0; k < indices.size(); ++k) {
+    stage.report(double(k), double(indices.size()));
+    deviation.add(compute_constraint_error(constraints_[indices[k]]));
+  }
   return deviation.maximum();
 }
 

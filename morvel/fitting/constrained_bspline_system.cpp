@@ -9,6 +9,7 @@
 #include "morvel/fitting/internal/curve_points.h"
 #include "morvel/fitting/internal/saddle_point.h"
 #include "morvel/foundation/linear_solvers.h"
+#include "morvel/foundation/progress.h"
 #include "morvel/foundation/spline_basis.h"
 #include "morvel/foundation/status_line.h"
 
@@ -22,6 +23,8 @@ using status::join;
 constexpr double kSmallestRange = 1e-6;            // model units
 constexpr double kCurveLikeShare = 0.1;            // of the x range, by which y or z must vary
 constexpr std::int64_t kMaxDenseEntries = 10'000;  // a matrix up to this size is written out
+constexpr double kAssembling = 0.3;                // of the time of a fit
+constexpr double kUntilSolved = 0.8;
 
 // The extent of the points along each axis, and whether x never decreases.
 struct Ranges {
@@ -158,7 +161,11 @@ bool ConstrainedBSplineEngine::solve_constrained_system() {
   if (k > n || n + k > kMaxUnknowns)
     return set_error("Failed to solve constrained system for coordinate 0");
   Eigen::MatrixXd H, f;
-  build_normal_equations(H, f);
+  {
+    const foundation::progress::Stage stage("assembling", 0.0, kAssembling);
+    build_normal_equations(H, f);
+  }
+  const foundation::progress::Stage stage("solving", kAssembling, kUntilSolved);
   return solve_augmented_system(H, f);
 }
 

@@ -12,11 +12,14 @@
 #include "morvel/fitting/internal/stopwatch.h"
 #include "morvel/fitting/internal/surface_normal_equations.h"
 #include "morvel/foundation/knot_vector.h"
+#include "morvel/foundation/progress.h"
 #include "morvel/foundation/status_line.h"
 
 namespace trova::geometry {
 
 namespace status = foundation::status;
+using foundation::progress::Cancelled;
+using foundation::progress::Stage;
 using Method = SurfaceEngine3ParameterizationMethod;
 
 namespace {
@@ -31,6 +34,11 @@ constexpr double kMostBandEntries = 1.5e8;
 constexpr double kMostOperations = 2e10;
 constexpr int kMostHardRows = 2500;
 constexpr double kMostCouplings = 5e7;
+
+// Where the steps of a fit end, of its time.
+constexpr double kUntilProjected = 0.1;
+constexpr double kUntilBuilt = 0.4;
+constexpr double kUntilSolved = 0.9;
 
 /// Adds the time since it was made to a field of the result.
 class Timed {
@@ -159,7 +167,12 @@ SurfaceEngine3Result SurfaceConstrainedFittingEngine::fit() {
   bool isFitted = false;
   try {
     const Timed clock(total);
+    Stage stage("fitting a constrained surface");
     isFitted = runSteps();
+    if (isFitted) stage.finish();
+  } catch (const Cancelled&) {
+    result_ = {};
+    throw;
   } catch (const std::exception& e) {
     fail(std::string("Exception during surface fitting: ") + e.what());
   }
@@ -241,6 +254,7 @@ bool SurfaceConstrainedFittingEngine::initialize_g1_constraint_processor() {
 bool SurfaceConstrainedFittingEngine::setup_parameterization() {
   const Timed clock(result_.parameterization_time_ms);
   if (points_.empty()) return true;
+  const Stage stage("projecting points", 0.0, kUntilProjected);
   try {
     internal::ScatteredParameters found = internal::scatteredParameters(
         points_, int_to_param_method(options_.parameterization_method));
@@ -316,8 +330,10 @@ bool SurfaceConstrainedFittingEngine::setup_control_point_grid() {
 
 bool SurfaceConstrainedFittingEngine::buildRows(System& system, bool withG1) {
   const Timed clock(result_.constraint_building_time_ms);
+  Stage stage("assembling", kUntilProjected, kUntilBuilt);
   system.equations.add(parameters_, points_);
   for (const SurfacePointConstraint& point : constraints_.point_constraints()) {
+    stage.report(0.0);
     if (point.is_active && point.type == PointConstraintType::Approximation)
       system.equations.add(point.u, point.v, point.position, point.weight);
   }
@@ -344,6 +360,7 @@ bool SurfaceConstrainedFittingEngine::build_enhanced_constraint_system(System& s
 
 bool SurfaceConstrainedFittingEngine::solve_constrained_system(System& system) {
   const Timed clock(result_.solving_time_ms);
+  const Stage stage("solving", kUntilBuilt, kUntilSolved);
   const bool isAugmented = system.rows->rows() > 0;
   status::progress(status::Symbol::Step, "Solver Analysis:");
   status::progress(status::Symbol::None, "   System type: ",
@@ -362,6 +379,8 @@ bool SurfaceConstrainedFittingEngine::solve_constrained_system(System& system) {
       return fail(isAugmented ? "Failed to solve augmented constraint system"
                               : "Failed to solve constraint system");
     }
+  } catch (const Cancelled&) {
+    throw;
   } catch (const std::exception& e) {
     return fail(std::string("Exception during system solving: ") + e.what());
   }
@@ -385,6 +404,7 @@ bool SurfaceConstrainedFittingEngine::makeSurface(const Eigen::MatrixXd& control
 }
 
 bool SurfaceConstrainedFittingEngine::assess_solution_quality() {
+  const Stage stage("measuring", kUntilSolved);
   const auto [largest, rms] = measuredDeviations();
   result_.max_deviation = largest;
   result_.rms_deviation = rms;

@@ -11,6 +11,7 @@
 #include "morvel/fitting/internal/deviation.h"
 #include "morvel/fitting/internal/scattered_parameters.h"
 #include "morvel/fitting/surface_constrained_fitting_engine.h"
+#include "morvel/foundation/progress.h"
 #include "morvel/surfaces/surface_batch.h"
 
 namespace trova::geometry {
@@ -53,7 +54,8 @@ double meanCurvature(const SurfaceEvaluation& e) {
 /// Distances of points from the surface at their parameters.
 class Deviator {
  public:
-  explicit Deviator(const BSplineSurface& surface) : surface_(surface) {}
+  Deviator(const BSplineSurface& surface, foundation::progress::Stage& stage, double all)
+      : surface_(surface), stage_(stage), all_(all) {}
 
   void add(const Point3D& point, double u, double v) {
     points_.push_back(&point);
@@ -69,6 +71,7 @@ class Deviator {
 
  private:
   void flush() {
+    stage_.report(double(deviation_.count()), all_);
     at_.resize(3 * points_.size());
     surface_.evaluateExactBatch(uv_, 0, at_.data());
     for (std::size_t k = 0; k < points_.size(); ++k)
@@ -78,6 +81,8 @@ class Deviator {
   }
 
   const BSplineSurface& surface_;
+  foundation::progress::Stage& stage_;
+  double all_;
   std::vector<const Point3D*> points_;
   std::vector<double> uv_;
   std::vector<double> at_;
@@ -137,7 +142,8 @@ double SurfaceConstrainedFittingEngine::compute_point_distance(const Point3D& po
 SurfaceConstrainedFittingEngine::Deviations SurfaceConstrainedFittingEngine::measuredDeviations()
     const {
   if (!result_.surface) return {};
-  Deviator deviator(surface());
+  foundation::progress::Stage stage("measuring");
+  Deviator deviator(surface(), stage, double(points_.size()));
   for (std::size_t k = 0; k < parameters_.size(); ++k)
     deviator.add(points_[k], parameters_[k].first, parameters_[k].second);
   for (const SurfacePointConstraint& point : constraints_.point_constraints()) {

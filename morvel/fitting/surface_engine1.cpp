@@ -4,6 +4,7 @@
 #include <array>
 #include <cmath>
 #include <exception>
+#include <optional>
 #include <stdexcept>
 #include <tuple>
 
@@ -11,6 +12,7 @@
 #include "morvel/fitting/internal/stopwatch.h"
 #include "morvel/fitting/internal/surface_normal_solver.h"
 #include "morvel/foundation/knot_vector.h"
+#include "morvel/foundation/progress.h"
 #include "morvel/foundation/spline_basis.h"
 #include "morvel/foundation/status_line.h"
 
@@ -19,6 +21,7 @@ namespace {
 
 namespace status = foundation::status;
 using foundation::nurbs::SplineBasis;
+using foundation::progress::Stage;
 using Method = SurfaceParameterizationMethod;
 
 constexpr int kLeastPoints = 4;
@@ -27,6 +30,11 @@ constexpr int kDefaultDegree = 3;
 constexpr int kLeastFreedom = 4;
 constexpr double kMillisecondsPerSecond = 1000.0;
 constexpr std::size_t kDeviationBlock = 1024;
+
+// Where the steps of a fit end, of its time for many points.
+constexpr double kUntilProjected = 0.2;
+constexpr double kUntilAssembled = 0.5;
+constexpr double kUntilSolved = 0.85;
 
 template <class... Parts>
 void say(const Parts&... parts) {
@@ -67,10 +75,12 @@ bool SurfaceEngine1::failInitialisation(const char* message) {
 
 bool SurfaceEngine1::initialize() {
   is_initialized_ = false;
+  Stage stage("projecting points");
   if (!check_points()) return failInitialisation("Point validation failed");
   if (!validate_and_correct_degrees()) return failInitialisation("Degree validation failed");
   if (!compute_surface_parameterization())
     return failInitialisation("Failed to compute surface parameterization");
+  stage.finish();
   validation_message_ = "Initialization completed successfully";
   is_initialized_ = true;
   return true;
@@ -179,9 +189,12 @@ SurfaceFittingResult SurfaceEngine1::fitWith(Method method) {
   SurfaceFittingResult result;
   surface_.reset();
   last_result_ = {};
-  // Whatever happens inside becomes a text of the result.
+  // Whatever happens inside becomes a text of the result, but for the host's cancelling.
   try {
     fitInto(result, method);
+  } catch (const foundation::progress::Cancelled&) {
+    surface_.reset();
+    throw;
   } catch (const std::exception& fault) {
     result.warnings.emplace_back("Exception during surface fitting");
     result.warnings.emplace_back(fault.what());
@@ -200,12 +213,15 @@ SurfaceFittingResult SurfaceEngine1::fitWith(Method method) {
 
 void SurfaceEngine1::fitInto(SurfaceFittingResult& result, Method method) {
   result.data_points = get_point_count();
+  Stage stage("fitting a surface");
+  std::optional<Stage> projecting(std::in_place, "projecting points", 0.0, kUntilProjected);
   if (!is_initialized_ && !initialize()) {
     result.warnings.push_back(validation_message_);
     return;
   }
   const internal::Stopwatch clock;
   parameterise(method);
+  projecting.reset();
   result.parameterization_time_ms = milliseconds(clock);
   result.method_used = parameterization_.method_name;
   result.warnings = parameterization_.warnings;
@@ -221,6 +237,7 @@ void SurfaceEngine1::fitInto(SurfaceFittingResult& result, Method method) {
   result.mathematical_tests_passed = std::isfinite(result.max_deviation) &&
                                      result.rms_deviation <= result.max_deviation * (1.0 + 1e-12);
   result.is_valid = std::isfinite(result.max_deviation);
+  if (result.is_valid) stage.finish();
 }
 
 std::vector<double> SurfaceEngine1::generate_clamped_knot_vector(int control_points, int degree) {
@@ -233,7 +250,11 @@ bool SurfaceEngine1::solve_control_points(SurfaceFittingResult& result) {
   const SplineBasis u(options_.degree_u, generate_clamped_knot_vector(countU, options_.degree_u));
   const SplineBasis v(options_.degree_v, generate_clamped_knot_vector(countV, options_.degree_v));
   internal::SurfaceNormalEquations equations(u, v);
-  equations.add(parameterization_.parameters, points_);
+  {
+    const Stage stage("assembling", kUntilProjected, kUntilAssembled);
+    equations.add(parameterization_.parameters, points_);
+  }
+  const Stage stage("solving", kUntilAssembled, kUntilSolved);
   const internal::NormalSolveOptions how{options_.condition_analysis, options_.condition_threshold,
                                          options_.force_regularization,
                                          options_.regularization_lambda};
@@ -261,7 +282,9 @@ void SurfaceEngine1::measureDeviations(SurfaceFittingResult& result) const {
   internal::Deviation deviation;
   std::array<double, 2 * kDeviationBlock> uv;
   std::array<double, 3 * kDeviationBlock> on;
+  Stage stage("measuring", kUntilSolved);
   for (std::size_t first = 0; first < points_.size(); first += kDeviationBlock) {
+    stage.report(double(first), double(points_.size()));
     const std::size_t count = std::min(kDeviationBlock, points_.size() - first);
     for (std::size_t k = 0; k < count; ++k)
       std::tie(uv[2 * k], uv[2 * k + 1]) = parameterization_.parameters[first + k];

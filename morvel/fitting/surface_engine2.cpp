@@ -6,12 +6,14 @@
 
 #include "morvel/fitting/internal/collocation.h"
 #include "morvel/fitting/internal/deviation.h"
+#include "morvel/foundation/progress.h"
 #include "morvel/foundation/status_line.h"
 
 namespace trova::geometry {
 namespace {
 
 namespace status = foundation::status;
+using foundation::progress::Stage;
 using foundation::status::join;
 using internal::Collocation;
 
@@ -138,20 +140,27 @@ bool SurfaceEngine2::validate_input() {
 }
 
 bool SurfaceEngine2::compute_surface_parameterization() {
-  u_parameters_ = columnParameters(grid_);
-  v_parameters_ = rowParameters(grid_);
+  Stage stage("choosing parameters");
+  std::vector<double> u = columnParameters(grid_);
+  stage.report(0.5);
+  std::vector<double> v = rowParameters(grid_);
+  stage.finish();
+  u_parameters_ = std::move(u);
+  v_parameters_ = std::move(v);
   return true;
 }
 
 bool SurfaceEngine2::create_interpolated_surface() {
   surface_.reset();
   if (!is_initialized_) return fail("Engine not properly initialized");
+  Stage stage("interpolating a grid");
   ControlNet net(rows_, columns_);
   for (int i = 0; i < rows_; ++i)
     std::copy(grid_[i].begin(), grid_[i].end(), &net(i, 0));
   std::vector<double> knotsU;
   std::vector<double> knotsV;
   if (!interpolateColumns(net, knotsU) || !interpolateRows(net, knotsV)) return false;
+  stage.finish();
   surface_ = std::make_unique<BSplineSurface>(std::move(net), std::move(knotsU), std::move(knotsV),
                                               degree_u_, degree_v_);
   return true;
@@ -159,9 +168,10 @@ bool SurfaceEngine2::create_interpolated_surface() {
 
 bool SurfaceEngine2::interpolateColumns(ControlNet& net, std::vector<double>& knots) {
   reportStep("Step 1: Interpolating along columns (U direction)");
+  Stage stage("interpolating columns", 0.0, 0.5);
   Collocation system(u_parameters_, degree_u_);
   if (!system.factor()) return fail("Failed to interpolate column 0");
-  if (!system.solve(coordinates(net), columns_ * kDimensions)) {
+  if (!system.solve(coordinates(net), columns_ * kDimensions, &stage)) {
     const int column = firstUnsolvable(system, columns_, [&](int k, int i) { return grid_[i][k]; });
     return fail(join("Failed to interpolate column ", column));
   }
@@ -171,10 +181,12 @@ bool SurfaceEngine2::interpolateColumns(ControlNet& net, std::vector<double>& kn
 
 bool SurfaceEngine2::interpolateRows(ControlNet& net, std::vector<double>& knots) {
   reportStep("Step 2: Interpolating along rows (V direction)");
+  Stage stage("interpolating rows", 0.5);
   Collocation system(v_parameters_, degree_v_);
   if (!system.factor()) return fail("Failed to interpolate row 0");
   std::vector<Point3D> turned(std::size_t(std::min(kTurnedRows, rows_)) * columns_);
   for (int first = 0; first < rows_; first += kTurnedRows) {
+    stage.report(first, rows_);
     const int count = std::min(kTurnedRows, rows_ - first);
     for (int j = 0; j < columns_; ++j)
       for (int r = 0; r < count; ++r)
@@ -197,7 +209,9 @@ double SurfaceEngine2::get_max_deviation() const {
   internal::Deviation deviation;
   std::vector<double> uv(2 * std::size_t(columns_));
   std::vector<double> on(kDimensions * std::size_t(columns_));
+  Stage stage("measuring");
   for (int i = 0; i < rows_; ++i) {
+    stage.report(i, rows_);
     for (int j = 0; j < columns_; ++j) {
       uv[2 * j] = u_parameters_[i];
       uv[2 * j + 1] = v_parameters_[j];
@@ -206,6 +220,7 @@ double SurfaceEngine2::get_max_deviation() const {
     for (int j = 0; j < columns_; ++j)
       deviation.add(distance(grid_[i][j], {on[3 * j], on[3 * j + 1], on[3 * j + 2]}));
   }
+  stage.finish();
   return deviation.maximum();
 }
 

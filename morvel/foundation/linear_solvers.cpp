@@ -13,6 +13,7 @@
 #include <utility>
 
 #include "morvel/foundation/checked_count.h"
+#include "morvel/foundation/progress.h"
 
 namespace trova::foundation {
 namespace {
@@ -237,13 +238,13 @@ void SymmetricBandedSystem::add(int row, int column, double value) {
   band_[offset(row, column)] += value;
 }
 
-bool SymmetricBandedSystem::factor() {
+bool SymmetricBandedSystem::factor(progress::Stage* stage) {
   if (state_ != State::Open) return state_ == State::Solvable;
   state_ = State::Singular;
   diagonal_.resize(size_);
   for (std::ptrdiff_t i = 0; i < size_; ++i)
     diagonal_[i] = band_[offset(i, i)];
-  if (!(bandwidth_ < 2 * kBlock ? factorByColumns() : factorByBlocks())) return false;
+  if (!(bandwidth_ < 2 * kBlock ? factorByColumns() : factorByBlocks(stage))) return false;
   state_ = State::Solvable;
   return true;
 }
@@ -278,11 +279,12 @@ bool SymmetricBandedSystem::factorByColumns() {
   return true;
 }
 
-bool SymmetricBandedSystem::factorByBlocks() {
+bool SymmetricBandedSystem::factorByBlocks(progress::Stage* stage) {
   for (std::ptrdiff_t first = 0; first < size_; first += kBlock) {
     const std::ptrdiff_t count = std::min<std::ptrdiff_t>(kBlock, size_ - first);
     if (!factorBlock(first, count)) return false;
     updateBehind(first, count);
+    if (stage) stage->report(double(first), size_);
   }
   return true;
 }

@@ -17,6 +17,10 @@
 
 namespace trova::foundation {
 
+namespace progress {
+class Stage;
+}
+
 /// A square system whose row i has entries in columns i - lower .. i + upper only. Assemble with
 /// `add`, `factor` once, then `solve` any number of right-hand sides: LU with partial pivoting
 /// inside the band, as in Golub and Van Loan, Matrix Computations, section 4.3.
@@ -74,7 +78,8 @@ class MORVEL_API SymmetricBandedSystem {
   void add(int row, int column, double value);
 
   /// False where the matrix is not positive definite to rounding. Acts once.
-  bool factor();
+  /// @param stage  told of the columns that are done
+  bool factor(progress::Stage* stage = nullptr);
 
   /// The least pivot of the elimination over the diagonal entry that it came from: 1 for a diagonal
   /// matrix, near the rounding for one that is nearly singular.
@@ -92,7 +97,7 @@ class MORVEL_API SymmetricBandedSystem {
   }
   bool acceptPivots(std::ptrdiff_t first, std::ptrdiff_t count);
   bool factorByColumns();
-  bool factorByBlocks();
+  bool factorByBlocks(progress::Stage* stage);
   bool factorBlock(std::ptrdiff_t first, std::ptrdiff_t count);
   void updateBehind(std::ptrdiff_t first, std::ptrdiff_t count);
   void solveByRows(double* rows, int width) const;

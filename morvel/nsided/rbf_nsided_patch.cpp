@@ -7,6 +7,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "morvel/foundation/progress.h"
 #include "morvel/foundation/status_line.h"
 #include "morvel/nsided/internal/space_fill.h"
 
@@ -14,6 +15,7 @@ namespace trova::geometry {
 namespace {
 
 namespace status = foundation::status;
+using foundation::progress::Stage;
 
 constexpr int kDegree = 3;
 constexpr int kResolution = 50;
@@ -26,6 +28,10 @@ constexpr int kMostFineSpans = 20;
 constexpr double kFineTolerance = 0.001;  // model units
 constexpr double kGoodShare = 10.0;       // of the boundary tolerance
 constexpr double kFairShare = 100.0;
+// Where the steps of a height field end, of its time.
+constexpr double kUntilSampled = 0.1;
+constexpr double kUntilSolved = 0.6;
+constexpr double kUntilEvaluated = 0.9;
 constexpr const char* kTooFew = "Minimum 3 boundary curves required";
 constexpr const char* kTooMany =
     "Too many boundary curves (>20) may result in poor surface quality";
@@ -59,25 +65,36 @@ std::unique_ptr<RBFNSidedPatch> RBFNSidedPatch::createFromBoundaries(
   if (results) *results = found;
   if (!found.errors.empty()) patch->message_ = found.errors.front();
   if (!isUsable) return patch;
+  Stage stage("filling a hole");
   if (parameters.optimizeSpans)
     calculateOptimalSpans(patch->parameters_, patch->parameters_.spansU, patch->parameters_.spansV);
   if (parameters.fillInSpace)
     patch->makeInSpace();
   else
     patch->makeHeightField();
+  if (patch->surface_) stage.finish();
   if (patch->prints() && patch->surface_)
     status::success("N-sided patch of ", curves.size(), " curves created");
   return patch;
 }
 
 void RBFNSidedPatch::makeHeightField() {
-  extractBoundaryConstraints(chosenSamplesPerCurve());
-  buildConstraintSystem();
-  if (!fitRBFSurface()) throw std::runtime_error("the RBF system has no finite solution");
-  if (parameters_.useHermite)
-    convertHRBFToBSpline();
-  else
-    convertToBSpline();
+  {
+    const Stage step("sampling the boundary", 0.0, kUntilSampled);
+    extractBoundaryConstraints(chosenSamplesPerCurve());
+  }
+  {
+    const Stage step("solving", kUntilSampled, kUntilSolved);
+    buildConstraintSystem();
+    if (!fitRBFSurface()) throw std::runtime_error("the RBF system has no finite solution");
+  }
+  {
+    const Stage step("evaluating", kUntilSolved, kUntilEvaluated);
+    if (parameters_.useHermite)
+      convertHRBFToBSpline();
+    else
+      convertToBSpline();
+  }
   if (parameters_.measureQuality) computeQualityMetrics();
 }
 
@@ -207,7 +224,10 @@ void RBFNSidedPatch::computeQualityMetrics() {
   const BSplineSurface& surface = requireSurface();
   quality_ = {0.0, 0.0, 0.0, 0.0};
   double squares = 0.0;
+  Stage stage("measuring", kUntilEvaluated);
   for (const nsided::G0Constraint& sample : constraints_.positions) {
+    stage.report(double(&sample - constraints_.positions.data()),
+                 double(constraints_.positions.size()));
     double deviation = 0.0;
     if (parameters_.useHermite) {
       const auto [u, v] = surface.getClosestParameter(sample.target);

@@ -8,6 +8,7 @@
 
 #include "morvel/curves/curve2d.h"
 #include "morvel/foundation/principal_axes.h"
+#include "morvel/foundation/progress.h"
 #include "morvel/foundation/status_line.h"
 #include "morvel/nsided/internal/neighbour_surface.h"
 #include "morvel/nsided/rbf_nsided_patch.h"
@@ -123,7 +124,9 @@ std::vector<PlanarSample> sampleGrid(const HRBFInterpolator& field, const LoopPl
   if (resolution < kFewestResolution || resolution > kMostResolution)
     throw std::invalid_argument("HRBF resolution must be from 4 to 500");
   std::vector<PlanarSample> samples;
+  foundation::progress::Stage stage("sampling the field");
   for (int i = 0; i < resolution; ++i) {
+    stage.report(i, resolution);
     for (int j = 0; j < resolution; ++j) {
       const double a = (2.0 * i / (resolution - 1) - 1.0) * plane.halfA;
       const double b = (2.0 * j / (resolution - 1) - 1.0) * plane.halfB;
@@ -148,7 +151,9 @@ void relax(std::vector<PlanarSample>& samples, const LoopPlane& plane, int resol
     found.push_back((sample.point - plane.middle).dot(plane.normal));
   std::vector<double> heights = found;
   const auto number = [&](int i, int j) { return static_cast<std::size_t>(i) * resolution + j; };
+  foundation::progress::Stage stage("smoothing");
   for (int round = 0; round < iterations; ++round) {
+    stage.report(0.0);
     double moved = 0.0;
     for (int i = 0; i < resolution; ++i) {
       for (int j = 0; j < resolution; ++j) {

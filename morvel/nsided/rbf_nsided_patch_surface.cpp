@@ -3,6 +3,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "morvel/foundation/progress.h"
 #include "morvel/nsided/rbf_nsided_patch.h"
 
 namespace trova::geometry {
@@ -86,11 +87,14 @@ std::vector<Point3D> RBFNSidedPatch::generatePreview(int resolution) const {
     throw std::invalid_argument("Preview resolution must be from 2 to 1000");
   const BSplineSurface& surface = requireSurface();
   std::vector<Point3D> points;
+  foundation::progress::Stage stage("evaluating");
   for (int i = 0; i < resolution; ++i) {
+    stage.report(i, resolution);
     for (int j = 0; j < resolution; ++j)
       points.push_back(
           surface.evaluate(double(i) / (resolution - 1), double(j) / (resolution - 1)));
   }
+  stage.finish();
   return points;
 }
 

@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "morvel/foundation/linear_solvers.h"
+#include "morvel/foundation/progress.h"
 #include "morvel/nsided/internal/fitted_thin_plate.h"
 #include "morvel/nsided/internal/thin_plate_system.h"
 
@@ -86,7 +87,9 @@ RBFThinPlateSpline::System RBFThinPlateSpline::BuildConstraintSystem(double lamb
   System system{MatrixXd(height, Index(at.size()) + (usePolynomialTerms_ ? kQuadraticTerms : 0)),
                 VectorXd(height)};
   Index row = 0;
+  foundation::progress::Stage stage("assembling");
   for (const Constraint& c : constraints_) {
+    stage.report(0.0);
     const BasisRows rows = basisRows(at, usePolynomialTerms_, c.u, c.v);
     const auto put = [&](const RowVectorXd& values, double target) {
       system.matrix.row(row) = c.weight * values;

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <stdexcept>
 
+#include "morvel/foundation/progress.h"
 #include "morvel/foundation/status_line.h"
 #include "morvel/nsided/internal/fitted_thin_plate.h"
 
@@ -151,7 +152,9 @@ void RBFThinPlateSpline::ConvertToBSpline(std::unique_ptr<BSplineSurface>& surfa
   if (resolution <= std::max(degree_u, degree_v) || resolution > kMaxResolution)
     failConversion("resolution must be above the degrees and at most 5000");
   ControlNet net(resolution, resolution);
+  foundation::progress::Stage stage("evaluating");
   for (int i = 0; i < resolution; ++i) {
+    stage.report(i, resolution);
     const double u = domain_.uMin + double(i) / (resolution - 1) * (domain_.uMax - domain_.uMin);
     for (int j = 0; j < resolution; ++j) {
       const double v = domain_.vMin + double(j) / (resolution - 1) * (domain_.vMax - domain_.vMin);

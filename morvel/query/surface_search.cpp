@@ -5,6 +5,7 @@
 #include <limits>
 #include <stdexcept>
 
+#include "morvel/foundation/progress.h"
 #include "morvel/query/internal/cell_tree.h"
 #include "morvel/query/internal/foot_newton.h"
 
@@ -207,9 +208,11 @@ ProjectedPoint SurfaceSearch::closest(const Point3D& point) const {
 
 void SurfaceSearch::closestBatch(std::span<const double> xyz, std::span<double> uv,
                                  std::span<double> points, std::span<double> distances) const {
-  constexpr std::size_t kDim = 3;
+  constexpr std::size_t kDim = 3, kReported = 64;
+  foundation::progress::Stage stage("projecting points");
   Impl::Candidates near;
   for (std::size_t k = 0; k < xyz.size() / kDim; ++k) {
+    if (k % kReported == 0) stage.report(double(kDim * k), double(xyz.size()));
     const ProjectedPoint foot =
         impl_->closest({xyz[kDim * k], xyz[kDim * k + 1], xyz[kDim * k + 2]}, near);
     if (!std::isfinite(foot.distance)) throw std::runtime_error("Result is not finite");
@@ -220,6 +223,7 @@ void SurfaceSearch::closestBatch(std::span<const double> xyz, std::span<double> 
     if (!points.empty()) std::copy_n(foot.point.eigen().data(), kDim, &points[kDim * k]);
     if (!distances.empty()) distances[k] = foot.distance;
   }
+  stage.finish();
 }
 
 ProjectedPoint SurfaceSearch::closestFrom(const Point3D& point, double u, double v) const {

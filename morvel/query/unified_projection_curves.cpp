@@ -8,6 +8,7 @@
 
 #include "morvel/curves/curve2d.h"
 #include "morvel/curves/curve_rebuild.h"
+#include "morvel/foundation/progress.h"
 #include "morvel/query/internal/hermite_spline.h"
 #include "morvel/query/internal/projected_samples.h"
 #include "morvel/query/internal/true_derivatives.h"
@@ -17,6 +18,7 @@ namespace trova::projection {
 namespace {
 
 using foundation::Point2D;
+using foundation::progress::Stage;
 using geometry::BSplineCurve2D;
 using internal::HermiteSpline;
 using internal::PointProjector;
@@ -36,6 +38,11 @@ constexpr int kMeasured = 4;
 
 constexpr int kFewestFitPoints = 8;
 constexpr int kMostFitPoints = 2048;
+
+// Where the steps of one curve's projection end, of its time.
+constexpr double kUntilSampled = 0.3;
+constexpr double kUntilRefined = 0.6;
+constexpr double kUntilFitted = 0.8;
 
 constexpr double kFullScore = 100.0;
 const double kCornerCosine = std::cos(std::numbers::pi / 6);
@@ -140,8 +147,10 @@ Point3D pointOn(const Surface& surface, const Point2D& uv) {
 bool addSamples(Samples& samples, const Curve& curve, const PointProjector& projector,
                 double tolerance) {
   const double least = kLeastStep * (samples.back().parameter - samples.front().parameter);
+  Stage stage("refining");
   Samples finer;
   for (std::size_t k = 0; k + 1 < samples.size(); ++k) {
+    stage.report(double(k), double(samples.size()));
     const SamplePoint& a = samples[k];
     const SamplePoint& b = samples[k + 1];
     finer.push_back(a);
@@ -161,6 +170,9 @@ bool addSamples(Samples& samples, const Curve& curve, const PointProjector& proj
 void refine(Samples& samples, const Curve& curve, const PointProjector& projector,
             const UnifiedProjectionParams& params) {
   for (int round = 0; round < kMostRounds; ++round) {
+    // Each round looks at what the one before it has added.
+    const double left = std::ldexp(1.0, -round);
+    const Stage stage("refining", 1.0 - left, 1.0 - left / 2);
     if (!addSamples(samples, curve, projector, kRefinedShare * params.tolerance)) break;
     setTangents(samples, params);
   }
@@ -173,9 +185,15 @@ double lengthOf(const Samples& samples) {
   return length;
 }
 
+std::vector<Samples> sampledOnce(const Curve& curve, const PointProjector& projector,
+                                 const UnifiedProjectionParams& params) {
+  const Stage stage("sampling", 0.0, kUntilSampled);
+  return internal::projectedPieces(curve, projector, params);
+}
+
 std::vector<Samples> sampledPieces(const Curve& curve, const PointProjector& projector,
                                    const UnifiedProjectionParams& params) {
-  std::vector<Samples> pieces = internal::projectedPieces(curve, projector, params);
+  std::vector<Samples> pieces = sampledOnce(curve, projector, params);
   if (params.longest_piece_only && pieces.size() > 1) {
     const auto longest = std::max_element(
         pieces.begin(), pieces.end(),
@@ -183,7 +201,11 @@ std::vector<Samples> sampledPieces(const Curve& curve, const PointProjector& pro
     std::iter_swap(pieces.begin(), longest);
     pieces.resize(1);
   }
-  for (Samples& samples : pieces) {
+  Stage stage("refining", kUntilSampled, kUntilRefined);
+  for (std::size_t k = 0; k < pieces.size(); ++k) {
+    Samples& samples = pieces[k];
+    const Stage piece(nullptr, double(k) / double(pieces.size()),
+                      double(k + 1) / double(pieces.size()));
     setTangents(samples, params);
     if (params.fitting_method == ProjectionFitting::Adaptive)
       refine(samples, curve, projector, params);
@@ -225,7 +247,9 @@ double deviationBetween(const BSplineCurve& fitted, const Curve& exact, const Sa
   const auto wanted = 2 * static_cast<std::size_t>(fitted.getControlPointCount()) / intervals;
   const int places = static_cast<int>(std::max<std::size_t>(kMeasured, wanted + 1));
   double largest = 0.0;
+  Stage stage("measuring");
   for (std::size_t k = 1; k < samples.size(); ++k) {
+    stage.report(0.0);
     const double from = samples[k - 1].parameter;
     const double step = (samples[k].parameter - from) / places;
     for (int i = 0; i < places; ++i) {
@@ -252,7 +276,12 @@ std::vector<ProjectionResult> projectOnto(const Curve& curve,
                                           const UnifiedProjectionParams& params) {
   const PointProjector projector(search, params);
   std::vector<ProjectionResult> results;
-  for (Samples& samples : sampledPieces(curve, projector, params)) {
+  std::vector<Samples> pieces = sampledPieces(curve, projector, params);
+  for (std::size_t k = 0; k < pieces.size(); ++k) {
+    Samples& samples = pieces[k];
+    const double each = (1.0 - kUntilRefined) / double(pieces.size());
+    const Stage stage("fitting", kUntilRefined + double(k) * each,
+                      kUntilRefined + double(k + 1) * each);
     ProjectionResult piece;
     piece.samples = std::move(samples);
     piece.curve_on_surface =
@@ -292,10 +321,14 @@ ProjectionReport UnifiedProjectionEngine::project_geometry(std::span<const Curve
                                                            Surfaces surfaces,
                                                            const UnifiedProjectionParams& params) {
   requireValid(params);
+  Stage stage("projecting curves");
   const auto searches = searchesOf(surfaces);
   ProjectionReport report;
+  const double each = 1.0 / (double(curves.size()) * double(surfaces.size()));
   for (std::size_t c = 0; c < curves.size(); ++c) {
     for (std::size_t s = 0; s < surfaces.size(); ++s) {
+      const auto done = double(report.outcomes.size());
+      const Stage pair("projecting a curve", done * each, (done + 1) * each);
       ProjectionOutcome outcome;
       outcome.curve = static_cast<int>(c);
       outcome.surface = static_cast<int>(s);
@@ -305,6 +338,7 @@ ProjectionReport UnifiedProjectionEngine::project_geometry(std::span<const Curve
       report.outcomes.push_back(std::move(outcome));
     }
   }
+  stage.finish();
   return report;
 }
 
@@ -312,10 +346,15 @@ std::vector<std::vector<Point3D>> UnifiedProjectionEngine::generate_preview(
     std::span<const Curve* const> curves, Surfaces surfaces,
     const UnifiedProjectionParams& params) {
   requireValid(params);
+  Stage stage("projecting curves");
   const auto searches = searchesOf(surfaces);
   std::vector<std::vector<Point3D>> polylines;
+  const double each = 1.0 / (double(curves.size()) * double(surfaces.size()));
+  double done = 0.0;
   for (const Curve* curve : curves) {
     for (const auto& search : searches) {
+      const Stage pair("projecting a curve", done * each, (done + 1) * each);
+      done += 1;
       for (const Samples& samples : sample_and_project_curve(*curve, *search, params)) {
         std::vector<Point3D>& line = polylines.emplace_back();
         for (const SamplePoint& sample : samples)
@@ -323,6 +362,7 @@ std::vector<std::vector<Point3D>> UnifiedProjectionEngine::generate_preview(
       }
     }
   }
+  stage.finish();
   return polylines;
 }
 
@@ -331,9 +371,12 @@ std::vector<ProjectionResult> UnifiedProjectionEngine::project_single_curve(
     const UnifiedProjectionParams& params) {
   requireValid(params);
   if (!surface) throw std::invalid_argument("Surface must not be null");
+  Stage stage("projecting a curve");
   const SurfaceSearch search(*surface);
   requireFinite(search);
-  return projectOnto(curve, surface, search, params);
+  std::vector<ProjectionResult> pieces = projectOnto(curve, surface, search, params);
+  stage.finish();
+  return pieces;
 }
 
 std::vector<std::vector<SamplePoint>> UnifiedProjectionEngine::sample_and_project_curve(
@@ -378,7 +421,9 @@ std::unique_ptr<CurveOnSurface> UnifiedProjectionEngine::create_curve_on_surface
 std::unique_ptr<BSplineCurve> UnifiedProjectionEngine::fit_3d_projected_curve(
     const CurveOnSurface& curve, const std::vector<SamplePoint>& samples, double tolerance,
     double& deviation) {
+  Stage stage("fitting", 0.0, kUntilFitted);
   for (int points = kFewestFitPoints; points <= kMostFitPoints; points *= 2) {
+    stage.report(points, 2.0 * kMostFitPoints);  // what they take grows like the points
     auto fitted = geometry::rebuildCurve(curve, points, kCubic, nullptr);
     deviation = deviationBetween(*fitted, curve, samples);
     if (deviation <= tolerance) return fitted;
@@ -395,7 +440,9 @@ ProjectionQuality UnifiedProjectionEngine::calculate_quality_metrics(
   const PointProjector projector(search, params);
   double sum = 0.0;
   int measured = 0;
+  Stage stage("measuring", kUntilFitted);
   for (std::size_t k = 1; k < piece.samples.size(); ++k) {
+    stage.report(double(k), double(piece.samples.size()));
     const double from = piece.samples[k - 1].parameter;
     const double step = (piece.samples[k].parameter - from) / kMeasured;
     for (int i = 0; i < kMeasured; ++i) {

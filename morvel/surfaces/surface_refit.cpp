@@ -6,6 +6,7 @@
 #include <limits>
 
 #include "morvel/foundation/linear_solvers.h"
+#include "morvel/foundation/progress.h"
 #include "morvel/foundation/spline_basis.h"
 #include "morvel/surfaces/internal/tensor_grid.h"
 
@@ -126,7 +127,9 @@ void SurfaceRefitEngine::initialise(const std::pair<int, int>& counts, double to
 }
 
 bool SurfaceRefitEngine::approximate() {
+  foundation::progress::Stage stage("converting to spline form");
   for (int round = 0; round < kMaxRounds; ++round) {
+    stage.report(double(evaluations_), kMaxEvaluations);
     Fit current(countU_, countV_);
     Deviation deviation;
     if (!fit(current) || !measure(current, deviation)) {
@@ -146,7 +149,9 @@ bool SurfaceRefitEngine::approximate() {
 
 bool SurfaceRefitEngine::fit(Fit& fit) {
   fit.net.reserve(std::size_t(countU_) * countV_ * kDim);
+  foundation::progress::Stage stage(nullptr);
   for (const double s : fit.us) {
+    stage.report(0.0);
     for (const double t : fit.vs) {
       const Point3D point = surface_.evaluate(box_.uMin + (box_.uMax - box_.uMin) * s,
                                               box_.vMin + (box_.vMax - box_.vMin) * t);
@@ -176,8 +181,10 @@ bool SurfaceRefitEngine::measure(const Fit& fit, Deviation& deviation) {
 double SurfaceRefitEngine::largestDeviation(const Fit& fit, const std::vector<double>& us,
                                             const std::vector<double>& vs) {
   double largest = 0.0;
+  foundation::progress::Stage stage(nullptr);
   internal::tensorGrid<kDim, 0>(
       fit.net.data(), fit.basisU, fit.basisV, us, vs, [&](int a, int b, const double* at) {
+        if (b == 0) stage.report(0.0);
         const Point3D target = surface_.evaluate(box_.uMin + (box_.uMax - box_.uMin) * us[a],
                                                  box_.vMin + (box_.vMax - box_.vMin) * vs[b]);
         largest = larger(largest, target.distanceTo({at[0], at[1], at[2]}));

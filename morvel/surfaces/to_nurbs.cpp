@@ -1,5 +1,6 @@
 #include "morvel/surfaces/to_nurbs.h"
 
+#include "morvel/foundation/progress.h"
 #include "morvel/foundation/status_line.h"
 #include "morvel/surfaces/surface.h"
 #include "morvel/surfaces/surface_refit.h"
@@ -21,6 +22,7 @@ std::shared_ptr<BSplineSurface> defaultToNurbsImplementation(
     const std::pair<int, int>& parameters) {
   const std::string type = surface.getTypeIdentifier();
   if (!surface.isValid()) throw ToNurbsInvalidSurfaceException(type);
+  foundation::progress::Stage stage("converting to spline form");
   SurfaceRefitEngine engine(surface, surface.getParameterDomain());
   engine.initialise(parameters, tolerances.first);
   engine.approximate();
@@ -29,6 +31,7 @@ std::shared_ptr<BSplineSurface> defaultToNurbsImplementation(
   const double achieved = engine.maximumDeviation();
   if (!(achieved <= tolerances.second))
     throw ToNurbsConvergenceException(achieved, tolerances.second);
+  stage.finish();
   return engine.result();
 }
 

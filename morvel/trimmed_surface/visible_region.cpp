@@ -6,6 +6,7 @@
 #include <limits>
 #include <optional>
 
+#include "morvel/foundation/progress.h"
 #include "morvel/trimmed_surface/internal/plane_triangulation.h"
 #include "morvel/trimmed_surface/internal/polygon_winding.h"
 #include "morvel/trimmed_surface/internal/sampled_loop.h"
@@ -15,9 +16,16 @@
 namespace trova::geometry::trimmed_surface {
 namespace {
 
+using foundation::progress::Stage;
 using internal::PlaneTriangulation;
 
 constexpr int kAreaGrid = 40;  // vertices a side
+
+// Where the steps of a mesh end, of its time; samples between two reports.
+constexpr double kUntilGrid = 0.2;
+constexpr double kUntilCut = 0.6;
+constexpr double kUntilSorted = 0.7;
+constexpr std::size_t kReported = 1024;
 
 // ---- rings ----
 
@@ -108,7 +116,9 @@ class RingWriter {
 
   void add(const VisibleRegion::Ring& ring) {
     const std::size_t count = ring.points.size();
+    Stage stage("cutting");
     for (std::size_t k = 0; count > 1 && k < count; ++k) {
+      stage.report(double(k), double(count));
       const auto chord = clipped({ring.points[k], ring.points[(k + 1) % count]}, domain_);
       if (chord) addChord(*chord);
     }
@@ -149,8 +159,10 @@ class VisibleTriangles {
   VisibleTriangles(const PlaneTriangulation& plane, const VisibleRegion& region)
       : plane_(plane), isVisible_(plane.triangles().size(), false) {
     std::vector<bool> isSeen(isVisible_.size(), false);
+    Stage stage("sorting triangles", kUntilCut, kUntilSorted);
     for (std::size_t start = 0; start < isSeen.size(); ++start) {
       if (isSeen[start]) continue;
+      stage.report(double(start), double(isSeen.size()));
       const std::vector<int> part = partAround(static_cast<int>(start), isSeen);
       const int largest = *std::max_element(part.begin(), part.end(), [&](int a, int b) {
         return plane.twiceArea(plane.triangles()[a]) < plane.twiceArea(plane.triangles()[b]);
@@ -186,10 +198,16 @@ class VisibleTriangles {
 /// The visible triangles over the parameter plane; `vertices` and `normals` stay empty.
 SurfaceMesh planeMesh(const TrimmedSurface& surface, int uCount, int vCount) {
   const VisibleRegion region = visibleRegionOf(surface);
+  std::optional<Stage> layingOut(std::in_place, "laying out a grid", 0.0, kUntilGrid);
   PlaneTriangulation plane(region.domain, uCount, vCount);
+  layingOut.reset();
   RingWriter writer(plane, region.domain, uCount, vCount);
-  for (const VisibleRegion::Ring& ring : region.rings)
-    writer.add(ring);
+  const double each = (kUntilCut - kUntilGrid) / std::max(double(region.rings.size()), 1.0);
+  for (std::size_t k = 0; k < region.rings.size(); ++k) {
+    const double from = kUntilGrid + double(k) * each;
+    const Stage stage("cutting", from, from + each);
+    writer.add(region.rings[k]);
+  }
   const VisibleTriangles isVisible(plane, region);
   SurfaceMesh mesh;
   std::vector<std::int32_t> numbers(plane.vertices().size(), -1);
@@ -246,21 +264,29 @@ VisibleRegion visibleRegionOf(const TrimmedSurface& surface) {
 }
 
 SurfaceMesh tessellateVisibleRegion(const TrimmedSurface& surface, int uCount, int vCount) {
+  Stage stage("meshing the visible part");
   SurfaceMesh mesh = planeMesh(surface, uCount, vCount);
   mesh.vertices.reserve(mesh.parameters.size());
   mesh.normals.reserve(mesh.parameters.size());
+  Stage evaluating("evaluating", kUntilSorted);
   for (const Point2D& p : mesh.parameters) {
+    if (mesh.vertices.size() % kReported == 0)
+      evaluating.report(double(mesh.vertices.size()), double(mesh.parameters.size()));
     mesh.vertices.push_back(surface.evaluate(p.x(), p.y()));
     mesh.normals.push_back(surface.getBaseSurface()->getNormal(p.x(), p.y()));
   }
+  stage.finish();
   return mesh;
 }
 
 double visibleArea(const TrimmedSurface& surface) {
+  Stage stage("measuring the visible part");
   const SurfaceMesh mesh = planeMesh(surface, kAreaGrid, kAreaGrid);
   const auto at = [&](const Point2D& p) { return surface.evaluate(p.x(), p.y()); };
   double whole = 0.0, quarters = 0.0;
+  Stage evaluating("evaluating", kUntilSorted);
   for (const auto& face : mesh.faces) {
+    evaluating.report(0.0);
     const Point2D &a = mesh.parameters[face[0]], &b = mesh.parameters[face[1]],
                   &c = mesh.parameters[face[2]];
     const Point3D pa = at(a), pb = at(b), pc = at(c);
@@ -269,6 +295,7 @@ double visibleArea(const TrimmedSurface& surface) {
     quarters += triangleArea(pa, ab, ca) + triangleArea(ab, pb, bc) + triangleArea(ca, bc, pc) +
                 triangleArea(ab, bc, ca);
   }
+  stage.finish();
   // The error of flat triangles falls by 4 with the quarters.
   return (4.0 * quarters - whole) / 3.0;
 }

@@ -59,6 +59,22 @@ class HandleError(MorvelError, KeyError):
     __str__ = MorvelError.__str__
 
 
+class Cancelled(MorvelError):
+    """The progress function asked the kernel to stop. Nothing was stored.
+
+    Attributes:
+        fraction: how far the call had come, from 0 to 1.
+        stage: the kernel's name for the step that it was at.
+    """
+
+    def __init__(self, function: str, code: int, fraction: float, stage: str) -> None:
+        text = f"cancelled in stage '{stage}' at {100 * fraction:.0f} %"
+        super().__init__(function, code, text)
+        self.args = (function, code, fraction, stage)  # what a copy is made of
+        self.fraction = fraction
+        self.stage = stage
+
+
 _USUAL: Dict[int, Type[MorvelError]] = {
     BAD_ARGUMENT: ArgumentError,
     TOO_SMALL: ArgumentError,

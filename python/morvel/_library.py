@@ -12,7 +12,7 @@ from typing import Any, Callable, Container, Dict, Iterable, Iterator, List, Opt
 import numpy as np
 
 from ._arrays import FloatArray, address, int_out, number, point_out, whole
-from ._errors import HandleError, MorvelError, error_for
+from ._errors import Cancelled, HandleError, MorvelError, error_for
 from ._gate import enter, leave
 from ._signatures import SIGNATURES
 
@@ -56,7 +56,11 @@ class TrimOptions(ctypes.Structure):
 #: The host's function for lines; whoever hands one over keeps it alive.
 LogCallback = ctypes.CFUNCTYPE(None, ctypes.c_int, ctypes.c_char_p, ctypes.c_void_p)
 
+#: The host's function for progress; likewise.
+ProgressCallback = ctypes.CFUNCTYPE(ctypes.c_int, ctypes.c_double, ctypes.c_char_p, ctypes.c_void_p)
+
 NO_CALLBACK: Any = ctypes.cast(0, LogCallback)
+NO_PROGRESS: Any = ctypes.cast(0, ProgressCallback)
 
 _VALUES: Dict[str, Any] = {
     "void": None,
@@ -68,6 +72,7 @@ _VALUES: Dict[str, Any] = {
     "const void*": ctypes.c_void_p,  # a borrowed C++ object
     "MorvelSurfaceData*": ctypes.POINTER(SurfaceData),
     "MorvelLogCallback": LogCallback,
+    "MorvelProgressCallback": ProgressCallback,
 }
 
 
@@ -209,15 +214,37 @@ def last_error() -> str:
     return buffer.value.decode("utf-8", "replace")
 
 
+class Interruption:
+    """Why the progress function stopped a call, until that call has failed."""
+
+    def __init__(self) -> None:
+        self.fault: Optional[BaseException] = None  # what it raised, or Ctrl-C
+        self.stopped_at: Optional[Tuple[float, str]] = None  # where it said stop
+
+    def raise_for(self, name: str, code: int) -> None:
+        """Raises where the call failed because it was stopped."""
+        fault, stopped_at = self.fault, self.stopped_at
+        self.fault = self.stopped_at = None
+        if fault is not None:
+            raise fault
+        if stopped_at is not None:
+            raise Cancelled(name, code, *stopped_at)
+
+
+interruption = Interruption()
+
+
 def failure(name: str, code: int, arguments: Sequence[Any] = ()) -> MorvelError:
     """The exception for a failed call. Takes the text with it, so that no later failure shows it.
 
     Families differ in the code for an unknown handle: where one of the arguments is one, that is
-    what the exception says.
+    what the exception says. Raises by itself where the call was stopped: `Cancelled`, or what the
+    progress function raised.
     """
     text = last_error()
     gone = _unknown_handle(name, arguments)
     raw["clear_last_error"]()
+    interruption.raise_for(name, code)
     return HandleError(name, code, text or f"{gone} is gone") if gone else error_for(name, code, text)
 
 

@@ -17,7 +17,7 @@ import sys
 import time
 from typing import Any, Dict, List, Optional
 
-from morvel._library import LogCallback, TrimOptions, functions
+from morvel._library import LogCallback, ProgressCallback, TrimOptions, functions
 from morvel._signatures import SIGNATURES
 
 INT_MAX = 2**31 - 1
@@ -38,7 +38,11 @@ RECORD = "MorvelSurfaceData*"
 VALIDATION = "MorvelNSidedValidation*"
 OPTIONS = "const MorvelTrimOptions*"
 SIZES = "LoopSizes"  # arrays whose numbers are the lengths of what follows: these are never lies
-CALLBACKS = [LogCallback(), LogCallback(lambda _level, _line, _user: None)]
+CALLBACKS = {
+    "MorvelLogCallback": [LogCallback(), LogCallback(lambda _level, _line, _user: None)],
+    # None that cancels: a world that is built under it would stay empty.
+    "MorvelProgressCallback": [ProgressCallback(), ProgressCallback(lambda _at, _stage, _user: 0)],
+}
 ROOM = ("capacity", "max", "size")  # in a length: room, of which the function uses what it needs
 UNCHECKED = ("foundation_",)  # they check no values, as their header says
 CLEARING = ("clear_", "cleanup_", "delete_", "replace_", "initialize_")
@@ -226,8 +230,8 @@ def call_once(world: World, name: str) -> None:
             values[parameter] = world.number(tame)
         elif c_type == "const char*":
             values[parameter] = world.random.choice(TEXTS)
-        elif c_type == "MorvelLogCallback":
-            values[parameter] = world.random.choice(CALLBACKS)
+        elif c_type in CALLBACKS:
+            values[parameter] = world.random.choice(CALLBACKS[c_type])
         elif c_type == OPTIONS:
             values[parameter] = world.trim_options()
         elif c_type in (RECORD, VALIDATION, "void*"):

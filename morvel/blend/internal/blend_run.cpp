@@ -11,6 +11,7 @@
 #include "morvel/blend/internal/branch_path.h"
 #include "morvel/blend/internal/uniform_interpolation.h"
 #include "morvel/blend/offset_surface_generator.h"
+#include "morvel/foundation/progress.h"
 #include "morvel/foundation/status_line.h"
 #include "morvel/surfaces/grid_sampling.h"
 
@@ -18,10 +19,18 @@ namespace trova::geometry::blend::internal {
 namespace {
 
 namespace status = foundation::status;
+using foundation::progress::Cancelled;
+using foundation::progress::Stage;
 
 constexpr double kDeviationShare = 1e-4;  // of the radius: between interpolated sections
 constexpr double kRadiusDeviation = 1e-3;
 constexpr int kValidatedStations = 20;
+
+// Where the stages end, of the time of a run.
+constexpr double kUntilOffset = 0.05;
+constexpr double kUntilSpine = 0.5;
+constexpr double kUntilContacts = 0.55;
+constexpr double kUntilCanal = 0.95;
 
 class Clock {
  public:
@@ -104,8 +113,12 @@ bool BlendRun::fail(const char* text, const char* error, std::string cause) {
 RollingBallBlendResult BlendRun::run() {
   {
     const Clock clock(result_.timing.total_ms);
+    Stage stage("blending");
     try {
       result_.success = runStages();
+      if (result_.success) stage.finish();
+    } catch (const Cancelled&) {
+      throw;
     } catch (const std::exception& e) {
       result_.status = std::string("Module 5 orchestration error: ") + e.what();
       result_.errors.push_back(result_.status);
@@ -152,6 +165,7 @@ bool BlendRun::checkInputs() {
 
 bool BlendRun::executeModule1() {
   const Clock clock(result_.timing.offset_ms);
+  const Stage stage("offsetting surfaces", 0.0, kUntilOffset);
   constexpr const char* kStatus = "Module 1 failed: Could not create offset surfaces";
   constexpr const char* kError = "Offset surface generation failed";
   std::string cause = faultOfOffset(surface1_, distance1_, 1);
@@ -169,6 +183,7 @@ bool BlendRun::executeModule1() {
 
 bool BlendRun::executeModule2() {
   const Clock clock(result_.timing.intersection_ms);
+  const Stage stage("marching the spine", kUntilOffset, kUntilSpine);
   SurfaceIntersectionConfig search;
   search.step = config_.offset_step;
   search.sampling_resolution = config_.intersection_sampling;
@@ -213,6 +228,7 @@ bool BlendRun::chooseBranch(const SurfaceIntersection& met) {
 
 bool BlendRun::executeModule3Validation() {
   const Clock clock(result_.timing.contact_ms);
+  const Stage stage("solving contacts", kUntilSpine, kUntilContacts);
   const ContactPointConfig contact = contactConfig(config_);
   bool isSound = true;
   for (int k = 0; k < kValidatedStations && isSound; ++k) {
@@ -229,7 +245,9 @@ bool BlendRun::executeModule3Validation() {
 }
 
 void BlendRun::collectContacts() {
+  Stage stage("collecting contacts");
   for (int k = 0; k < config_.canal_samples_along; ++k) {
+    stage.report(0.0);
     const auto ball = path_(gridParameter(0.0, 1.0, k, config_.canal_samples_along));
     if (ball)
       result_.contacts.push_back({ball->centre, contactOf(*ball, true), contactOf(*ball, false)});
@@ -252,6 +270,7 @@ std::unique_ptr<BSplineCurve> BlendRun::centreCurve() const {
 
 bool BlendRun::executeModule4() {
   const Clock clock(result_.timing.canal_ms);
+  const Stage stage("building the surface", kUntilContacts, kUntilCanal);
   CanalSurfaceConfig canal;
   canal.samples_along = config_.canal_samples_along;
   canal.samples_across = config_.canal_samples_across;
@@ -270,6 +289,8 @@ bool BlendRun::executeModule4() {
     if (result_.blend_surface && made.deviation > kRadiusDeviation * radius)
       result_.warnings.push_back(
           status::join("The surface leaves the ball's path by ", made.deviation));
+  } catch (const Cancelled&) {
+    throw;
   } catch (const std::exception& e) {
     cause = std::string("Module 4 execution error: ") + e.what();
   }

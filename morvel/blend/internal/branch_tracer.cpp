@@ -4,6 +4,8 @@
 #include <cmath>
 #include <iterator>
 
+#include "morvel/foundation/progress.h"
+
 namespace trova::geometry::blend::internal {
 namespace {
 
@@ -99,7 +101,9 @@ BranchTracer::Half BranchTracer::walk(const PairPoint& start, double sign) const
   PairPoint from = start;
   double h = firstStep_;
   const double sineFloor = kNearlyTangentSine;
+  foundation::progress::Stage stage("marching");
   for (int k = 0; k < config_.max_iterations; ++k) {
+    stage.report(0.0);  // nobody knows how far the branch goes
     PairPoint next;
     Stepped stepped = Stepped::TooLong;
     for (; h >= shortestStep_; h /= 2) {
@@ -173,7 +177,9 @@ double BranchTracer::midDeviation(const PairPoint& a, const PairPoint& b, PairPo
 
 double BranchTracer::refine(TracedBranch& branch) const {
   double largest = 0.0;
+  foundation::progress::Stage stage("refining");
   for (int depth = 0; depth <= kRefineDepth; ++depth) {
+    stage.report(0.0);
     std::vector<PairPoint> refined;
     refined.reserve(2 * branch.points.size());
     largest = 0.0;

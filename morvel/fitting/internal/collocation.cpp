@@ -199,12 +199,14 @@ bool Collocation::factorWithPivoting() {
   return pivoted_->factor();
 }
 
-bool Collocation::solve(double* rows, int width) const {
+bool Collocation::solve(double* rows, int width, foundation::progress::Stage* stage) const {
   if (!isSolvable_ || width < 0) return false;
   std::vector<double> data(static_cast<std::size_t>(size_) * std::min(width, kBlockWidth));
   bool isSolved = true;
-  for (int c = 0; c < width && isSolved; c += kBlockWidth)
+  for (int c = 0; c < width && isSolved; c += kBlockWidth) {
+    if (stage) stage->report(c, width);
     isSolved = solveBlock(rows + c, width, std::min(kBlockWidth, width - c), data.data());
+  }
   return isSolved;
 }
 

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "morvel/foundation/linear_solvers.h"
+#include "morvel/foundation/progress.h"
 
 namespace trova::geometry::internal {
 
@@ -39,7 +40,8 @@ class Collocation {
   /// params[i] before and to control point i after. False unless `factor` gave true, and where the
   /// answer is not finite or does not satisfy the conditions (kLargestResidual); the rows are of no
   /// use then.
-  bool solve(double* rows, int width) const;
+  /// @param stage  told of the columns that are done
+  bool solve(double* rows, int width, foundation::progress::Stage* stage = nullptr) const;
 
   static constexpr double kMaxWork = 1e9;  ///< size times degree squared
 

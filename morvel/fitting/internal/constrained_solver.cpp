@@ -8,6 +8,7 @@
 
 #include "morvel/fitting/internal/saddle_point.h"
 #include "morvel/foundation/linear_solvers.h"
+#include "morvel/foundation/progress.h"
 #include "morvel/foundation/status_line.h"
 
 namespace trova::geometry::internal {
@@ -24,6 +25,7 @@ constexpr double kLargestMiss = 1e-9;
 // Of the largest eigenvalue: a shift that makes any normal matrix safely positive definite, yet
 // keeps its small eigenvalues readable.
 constexpr double kReadableShift = 1e-10;
+constexpr Eigen::Index kColumnsTogether = 256;
 
 struct Stacked {
   MatrixXd x;  // control points
@@ -68,9 +70,7 @@ class SchurSystem {
   bool factor() {
     factor_ = SurfaceNormalFactor::of(equations_, ridge_);
     if (!factor_) return false;
-    const auto columns = factor_->solve(rows_.dense().transpose());
-    if (!columns) return false;
-    columns_ = *columns;
+    if (!solveColumns()) return false;
     MatrixXd S = rows_.multiplied(columns_);
     S = (S + S.transpose()).eval() / 2.0;
     const auto inverse = foundation::solveSymmetric(S, MatrixXd::Identity(S.rows(), S.cols()));
@@ -108,6 +108,21 @@ class SchurSystem {
   }
 
  private:
+  // A few columns at a time: there may be thousands.
+  bool solveColumns() {
+    foundation::progress::Stage stage("coupling constraints");
+    const MatrixXd right = rows_.dense().transpose();
+    columns_.resize(right.rows(), right.cols());
+    for (Eigen::Index first = 0; first < right.cols(); first += kColumnsTogether) {
+      stage.report(double(first), double(right.cols()));
+      const Eigen::Index count = std::min(kColumnsTogether, right.cols() - first);
+      const auto piece = factor_->solve(right.middleCols(first, count));
+      if (!piece) return false;
+      columns_.middleCols(first, count) = *piece;
+    }
+    return true;
+  }
+
   const SurfaceNormalEquations& equations_;
   double ridge_;
   const HardRows& rows_;
@@ -121,7 +136,9 @@ std::optional<Stacked> refined(const SchurSystem& system, const MatrixXd& f, con
                                int maxRefinements) {
   std::optional<Stacked> z = system.solve(f, g);
   double last = std::numeric_limits<double>::infinity();
+  foundation::progress::Stage stage("refining");
   for (int pass = 0; z && pass < maxRefinements; ++pass) {
+    stage.report(pass, maxRefinements);
     const Stacked product = system.multiplied(*z);
     const MatrixXd overF = f - product.x;
     const MatrixXd overG = g - product.multipliers;
@@ -140,8 +157,11 @@ std::optional<Stacked> refined(const SchurSystem& system, const MatrixXd& f, con
 // The largest magnitude of an eigenvalue of a symmetric operator, by that of its square.
 template <class Apply>
 double largestMagnitude(const Apply& apply, int size) {
-  return std::sqrt(foundation::largestEigenvalue(
-      size, [&](const VectorXd& x, VectorXd& y) { y = apply(apply(x)); }));
+  foundation::progress::Stage stage("estimating the condition");
+  return std::sqrt(foundation::largestEigenvalue(size, [&](const VectorXd& x, VectorXd& y) {
+    stage.report(0.0);
+    y = apply(apply(x));
+  }));
 }
 
 double conditionOf(const SchurSystem& system) {

@@ -6,6 +6,7 @@
 
 #include "morvel/foundation/checked_count.h"
 #include "morvel/foundation/linear_solvers.h"
+#include "morvel/foundation/progress.h"
 #include "morvel/foundation/quad.h"
 #include "morvel/foundation/wide_registers.h"
 
@@ -135,8 +136,10 @@ CurveNormalEquations::CurveNormalEquations(const foundation::nurbs::SplineBasis&
 
 void CurveNormalEquations::add(std::span<const double> params, std::span<const Point3D> points,
                                std::span<const double> factors) {
-  const auto addToBand = [this](const SpanSums& sums) {
+  foundation::progress::Stage stage("assembling");
+  const auto addToBand = [&](const SpanSums& sums) {
     const Eigen::Index first = sums.span - basis_.degree();
+    stage.report(double(first), double(size()));
     for (int r = 0; r < sums.width; ++r) {
       double* row = band_.data() + (first + r) * sums.width;
       for (int s = r; s < sums.width; ++s)

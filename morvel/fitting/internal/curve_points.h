@@ -11,6 +11,7 @@
 
 #include "morvel/curves/bspline_curve.h"
 #include "morvel/fitting/internal/deviation.h"
+#include "morvel/foundation/progress.h"
 #include "morvel/foundation/status_line.h"
 
 // What the curve engines ask of their input points, and measure on their curves.
@@ -43,7 +44,9 @@ void forEachSquaredDistance(const BSplineCurve& curve, std::span<const double> p
                             std::span<const Point3D> points, Visit visit) {
   constexpr std::size_t kChunk = 256;
   std::array<Point3D, kChunk> at;
+  foundation::progress::Stage stage("measuring");
   for (std::size_t first = 0; first < params.size(); first += kChunk) {
+    stage.report(double(first), double(params.size()));
     const std::size_t count = std::min(kChunk, params.size() - first);
     curve.evaluateBatch(params.subspan(first, count), 0, at.front().eigen().data());
     for (std::size_t i = 0; i < count; ++i)

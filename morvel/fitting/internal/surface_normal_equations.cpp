@@ -8,6 +8,7 @@
 
 #include "morvel/fitting/internal/cell_sums.h"
 #include "morvel/foundation/checked_count.h"
+#include "morvel/foundation/progress.h"
 #include "morvel/foundation/tolerances.h"
 
 namespace trova::geometry::internal {
@@ -16,8 +17,11 @@ namespace {
 using foundation::checkedCount;
 using foundation::kMaxStackDegree;
 using foundation::nurbs::SplineBasis;
+using foundation::progress::Stage;
 
 constexpr int kDimensions = 3;
+constexpr std::size_t kReported = std::size_t(1) << 16;  // samples between two reports
+constexpr double kUntilSorted = 0.4;                     // of the time of the sums
 constexpr std::size_t kMostValues = kMaxStackDegree + 1;
 
 void requireFinite(bool isFinite) {
@@ -49,7 +53,9 @@ class SortedSamples {
     const std::int64_t cells = std::int64_t(cellsU_) * (v.count() - v.degree());
     std::vector<std::uint32_t> cellOf(points.size());
     starts_.assign(cells + 1, 0);
+    Stage stage(nullptr, 0.0, kUntilSorted);
     for (std::size_t k = 0; k < points.size(); ++k) {
+      if (k % kReported == 0) stage.report(double(k), 2.0 * double(points.size()));
       const auto [s, t] = parameters[k];
       // A NaN or an infinity stays one in the sum.
       requireFinite(std::isfinite(s + t + points[k].eigen().sum()));
@@ -60,7 +66,7 @@ class SortedSamples {
     }
     for (std::int64_t cell = 0; cell < cells; ++cell)
       starts_[cell + 1] += starts_[cell];
-    place(u, v, parameters, points, cellOf);
+    place(u, v, parameters, points, cellOf, stage);
   }
 
   /// visit(cellU, cellV, samples, count) for the cells that have any.
@@ -75,10 +81,12 @@ class SortedSamples {
 
  private:
   void place(const SplineBasis& u, const SplineBasis& v, std::span<const Parameters> parameters,
-             std::span<const Point3D> points, const std::vector<std::uint32_t>& cellOf) {
+             std::span<const Point3D> points, const std::vector<std::uint32_t>& cellOf,
+             Stage& stage) {
     samples_.resize(points.size());
     std::vector<std::ptrdiff_t> next(starts_.begin(), starts_.end() - 1);
     for (std::size_t k = 0; k < points.size(); ++k) {
+      if (k % kReported == 0) stage.report(double(points.size() + k), 2.0 * double(points.size()));
       const double s = std::clamp(parameters[k].first, u.start(), u.end());
       const double t = std::clamp(parameters[k].second, v.start(), v.end());
       samples_[next[cellOf[k]]++] = {s, t, {points[k].x(), points[k].y(), points[k].z()}};
@@ -140,9 +148,14 @@ void SurfaceNormalEquations::add(std::span<const Parameters> parameters,
   const std::vector<SpanForm> formsU = spanForms(basisU_);
   const std::vector<SpanForm> formsV = spanForms(basisV_);
   CellSums sums(basisU_.degree(), basisV_.degree());
+  Stage assembling("assembling");
   const SortedSamples samples(basisU_, basisV_, parameters, points);
+  Stage stage(nullptr, kUntilSorted);
+  std::ptrdiff_t done = 0;
   samples.forEachCell(
       [&](int cellU, int cellV, const FitSample* cellSamples, std::ptrdiff_t count) {
+        stage.report(double(done), double(points.size()));
+        done += count;
         sums.take(cellSamples, count, formsU[cellU], formsV[cellV]);
         addCell(sums, cellU, cellV);
       });
@@ -210,8 +223,11 @@ Eigen::MatrixXd SurfaceNormalEquations::multiplied(const Eigen::MatrixXd& X, dou
 }
 
 double SurfaceNormalEquations::largestEigenvalue() const {
-  return foundation::largestEigenvalue(
-      size(), [this](const Eigen::VectorXd& x, Eigen::VectorXd& y) { y = multiplied(x); });
+  Stage stage("estimating the condition");
+  return foundation::largestEigenvalue(size(), [&](const Eigen::VectorXd& x, Eigen::VectorXd& y) {
+    stage.report(0.0);
+    y = multiplied(x);
+  });
 }
 
 SurfaceNormalFactor::SurfaceNormalFactor(const SurfaceNormalEquations& equations, double ridge,
@@ -248,7 +264,8 @@ std::unique_ptr<SurfaceNormalFactor> SurfaceNormalFactor::of(
   checkedCount({equations.size(), bandwidth(equations, isTransposed) + 1}, kMostBandEntries);
   std::unique_ptr<SurfaceNormalFactor> factor(
       new SurfaceNormalFactor(equations, ridge, isTransposed));
-  if (!factor->band_.factor()) return nullptr;
+  Stage stage("factoring");
+  if (!factor->band_.factor(&stage)) return nullptr;
   if (!(factor->band_.smallestPivotShare() >= kSmallestPivotShare)) return nullptr;
   return factor;
 }
@@ -280,8 +297,10 @@ std::optional<Eigen::MatrixXd> SurfaceNormalFactor::solve(const Eigen::MatrixXd&
 }
 
 double SurfaceNormalFactor::smallestEigenvalue() const {
+  Stage stage("estimating the condition");
   return 1.0 / foundation::largestEigenvalue(equations_.size(),
-                                             [this](const Eigen::VectorXd& x, Eigen::VectorXd& y) {
+                                             [&](const Eigen::VectorXd& x, Eigen::VectorXd& y) {
+                                               stage.report(0.0);
                                                Eigen::MatrixXd X = x;
                                                solveInPlace(X);
                                                y = X;

@@ -5,11 +5,14 @@
 #include <optional>
 #include <stdexcept>
 
+#include "morvel/foundation/progress.h"
 #include "morvel/nsided/internal/neighbour_surface.h"
 #include "morvel/nsided/internal/space_net.h"
 
 namespace trova::geometry::internal {
 namespace {
+
+using foundation::progress::Stage;
 
 constexpr int kFewestSpans = 16;
 constexpr int kMostSpans = 128;
@@ -24,7 +27,13 @@ constexpr int kMeasuresPerSpan = 7;
 constexpr double kStiffness = 1e-5;      // of the rows beside the edges, times the tangent factor
 constexpr double kSingularSine = 0.02;   // of the angle of Su and Sv, below which a normal is noise
 constexpr double kSingularSpeed = 0.02;  // of the greatest |Su| |Sv|, likewise
-constexpr double kLeastShare = 0.4;      // cos^2 of the angle up to which the whole way is kept
+// Where the steps of a net, and those of the whole, end, of their time.
+constexpr double kUntilFollowed = 0.2;
+constexpr double kUntilSmoothed = 0.5;
+constexpr double kUntilTurned = 0.95;
+constexpr double kUntilPlates = 0.1;
+constexpr double kUntilSpans = 0.4;
+constexpr double kLeastShare = 0.4;  // cos^2 of the angle up to which the whole way is kept
 
 /// Three thin plates, one a coordinate.
 class SpacePlates {
@@ -202,9 +211,16 @@ SpaceFill filledNet(const SpaceFillRequest& request, const LoopLayout& layout, S
                     Spans spans) {
   const auto map = [&](double u, double v) { return mapped(layout, plates, u, v); };
   SpaceNet net(spans.u, spans.v);
-  net.interpolate(map);
-  net.smooth(map, request.plateFactor);
+  {
+    const Stage step(nullptr, 0.0, kUntilFollowed);
+    net.interpolate(map);
+  }
+  {
+    const Stage step(nullptr, kUntilFollowed, kUntilSmoothed);
+    net.smooth(map, request.plateFactor);
+  }
   if (addInside(request, layout, net, plates)) {
+    const Stage step(nullptr, kUntilSmoothed, kUntilTurned);
     plates.fit();
     net.meetDemands(tangentDemands(request, layout, net), 1, kStiffness);
     net.meetDemands(bendDemands(request, layout, net), 2, kStiffness);
@@ -268,15 +284,29 @@ SpaceFill fillLoopInSpace(const SpaceFillRequest& request) {
   Spans spans{enoughSpans(request.spansU, fewest), enoughSpans(request.spansV, fewest)};
   const LoopLayout layout(request.curves, spans.u, spans.v);
   SpacePlates plates;
-  addBoundary(request, layout, plates);
-  plates.fit();
+  const Stage stage("filling in space");
+  {
+    const Stage step("fitting thin plates", 0.0, kUntilPlates);
+    addBoundary(request, layout, plates);
+    plates.fit();
+  }
   const double wanted = kToleranceShare * request.boundaryTolerance;
-  while (!(edgeDeviation(request, layout, plates, spans) <= wanted) && spans.canDouble(kMostSpans))
-    spans.makeDouble();
-  SpaceFill fill = filledNet(request, layout, plates, spans);
+  {
+    const Stage step("choosing spans", kUntilPlates, kUntilSpans);
+    while (!(edgeDeviation(request, layout, plates, spans) <= wanted) &&
+           spans.canDouble(kMostSpans))
+      spans.makeDouble();
+  }
+  double left = 1.0 - kUntilSpans;
+  const auto fillNet = [&] {
+    left /= 2;  // for the next one, if there is one
+    const Stage step("smoothing the net", 1.0 - 2 * left, 1.0 - left);
+    return filledNet(request, layout, plates, spans);
+  };
+  SpaceFill fill = fillNet();
   while (fill.measure.maxAngle > kAngleAimedAt && spans.canDouble(kMostSpansForAngle)) {
     spans.makeDouble();
-    fill = filledNet(request, layout, plates, spans);
+    fill = fillNet();
   }
   return fill;
 }

@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "morvel/foundation/linear_solvers.h"
+#include "morvel/foundation/progress.h"
 #include "morvel/nsided/internal/loop_layout.h"
 
 namespace trova::geometry::internal {
@@ -98,7 +99,9 @@ SpaceNet::Place SpaceNet::place(int edge, int along, int ring) const {
 }
 
 void SpaceNet::interpolate(const SpaceMap& map) {
+  foundation::progress::Stage stage("following the boundary");
   for (int i = 0; i < nU_; ++i) {
+    stage.report(i, nU_);
     for (int j = 0; j < nV_; ++j)
       net_(i, j) = map(greville(basisU_, i), greville(basisV_, j));
   }
@@ -169,7 +172,10 @@ void SpaceNet::smooth(const SpaceMap& map, double pull) {
   std::vector<double> diagonal(size, 0.0);
   const auto number = [this](int i, int j) { return i * nV_ + j; };
   const std::array<double, 2> nodes = {kGaussNode, 1.0 - kGaussNode};
-  for (int cell = 0; cell < 4 * spans(0) * spans(1); ++cell) {
+  foundation::progress::Stage stage("smoothing");
+  const int cells = 4 * spans(0) * spans(1);
+  for (int cell = 0; cell < cells; ++cell) {
+    stage.report(cell, 2.0 * cells);
     const int cellU = cell / 4 / spans(1);
     const int cellV = cell / 4 % spans(1);
     const double u = (cellU + nodes[cell % 2]) / spans(0);
@@ -208,7 +214,8 @@ void SpaceNet::smooth(const SpaceMap& map, double pull) {
     system.add(k, k, fixed_[k] ? 1.0 : kDiagonalShare * diagonal[k]);
     if (fixed_[k]) Eigen::Map<Eigen::Vector3d>(right.data() + kAxes * k) = net_.points()[k].eigen();
   }
-  if (!system.factor()) throw std::runtime_error("the net cannot be smoothed");
+  foundation::progress::Stage solving("smoothing", 0.5);
+  if (!system.factor(&solving)) throw std::runtime_error("the net cannot be smoothed");
   system.solve(right.data(), kAxes);
   net_ = ControlNet(nU_, nV_, right.data());
 }

@@ -5,6 +5,7 @@
 #include <stdexcept>
 
 #include "morvel/curves/spline_curve.h"
+#include "morvel/foundation/progress.h"
 #include "morvel/query/internal/true_derivatives.h"
 #include "morvel/query/unified_projection_engine.h"
 
@@ -53,6 +54,8 @@ class PieceMaker {
   }
 
   std::vector<std::vector<SamplePoint>> pieces(int sampleCount) {
+    foundation::progress::Stage stage("sampling");
+    stage_ = &stage;
     CurveSample last = sampleAt(interval_.start, nullptr);
     append(last);
     for (const double t : parameters(sampleCount)) {
@@ -93,6 +96,7 @@ class PieceMaker {
   }
 
   CurveSample sampleAt(double t, const CurveSample* neighbour) {
+    stage_->report(t - interval_.start, interval_.length());
     CurveSample sample;
     sample.t = t;
     sample.source = curve_.evaluate(t);
@@ -193,6 +197,7 @@ class PieceMaker {
   const double ordinaryStep_;
   std::vector<std::vector<SamplePoint>> pieces_;
   std::size_t sampleCount_ = 0;
+  foundation::progress::Stage* stage_ = nullptr;  // while pieces are made
 };
 
 bool isAlongDirection(const UnifiedProjectionParams& params) {

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <utility>
 
+#include "morvel/foundation/progress.h"
 #include "morvel/surfaces/grid_sampling.h"
 
 namespace trova::geometry::trimmed_surface::internal {
@@ -30,7 +31,9 @@ PlaneTriangulation::PlaneTriangulation(const ParameterDomain& domain, int uCount
 
 // Two triangles a cell, linked by their places in the list.
 void PlaneTriangulation::makeGrid(int uCount, int vCount) {
+  foundation::progress::Stage stage(nullptr);
   for (int i = 0; i < uCount; ++i) {
+    stage.report(i, 2.0 * uCount);
     for (int j = 0; j < vCount; ++j) {
       parameters_.emplace_back(gridParameter(domain_.uMin, domain_.uMax, i, uCount),
                                gridParameter(domain_.vMin, domain_.vMax, j, vCount));
@@ -41,6 +44,7 @@ void PlaneTriangulation::makeGrid(int uCount, int vCount) {
   const int columns = vCount - 1;
   const auto lower = [&](int i, int j) { return 2 * (i * columns + j); };
   for (int i = 0; i + 1 < uCount; ++i) {
+    stage.report(uCount + i, 2.0 * uCount);
     for (int j = 0; j < columns; ++j) {
       const int a = i * vCount + j, b = a + vCount, c = b + 1, d = a + 1, own = lower(i, j);
       const int right = i + 2 < uCount ? lower(i + 1, j) + 1 : -1;
