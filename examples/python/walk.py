@@ -1,9 +1,13 @@
-"""The steps of the demo and the table of what they said."""
+"""The steps of the demo, with a bar for the long ones, and the table of what they said."""
 
 from __future__ import annotations
 
+import sys
 import time
-from typing import Callable, List, NamedTuple
+from contextlib import nullcontext
+from typing import Callable, ContextManager, List, NamedTuple
+
+import morvel
 
 
 class Step(NamedTuple):
@@ -14,6 +18,13 @@ class Step(NamedTuple):
     seconds: float
 
 
+def bar_on_terminal() -> ContextManager[object]:
+    """Shows how far long calls are where somebody watches."""
+    if not sys.stdout.isatty():
+        return nullcontext()
+    return morvel.progress(morvel.ProgressBar(sys.stdout))
+
+
 class Log:
     """Runs the steps of the demo and keeps what they say."""
 
@@ -22,7 +33,8 @@ class Log:
 
     def run(self, name: str, work: Callable[[], str]) -> None:
         start = time.perf_counter()
-        outcome = work()
+        with bar_on_terminal():
+            outcome = work()
         self.steps.append(Step(name, outcome, time.perf_counter() - start))
 
     def table(self) -> str:

@@ -15,7 +15,7 @@ stand for them, delete them when they are closed or let go, and take and give nu
 """
 
 from . import basis
-from ._errors import ArgumentError, HandleError, MorvelError
+from ._errors import ArgumentError, Cancelled, HandleError, MorvelError
 from ._signatures import VERSION as __version__
 from .blending import (
     BallContact,
@@ -56,6 +56,7 @@ from .nsided import (
     validate_loop,
 )
 from .point import Point
+from .progress import ProgressBar, progress
 from .projection import (
     ProjectedCurves,
     ProjectedPoints,
@@ -84,6 +85,7 @@ __all__ = [
     "BallContact",
     "Blend",
     "Branch",
+    "Cancelled",
     "Census",
     "ConstrainedFit",
     "Contacts",
@@ -103,6 +105,7 @@ __all__ = [
     "MorvelError",
     "Neighbour",
     "Point",
+    "ProgressBar",
     "ProjectedCurves",
     "ProjectedPoints",
     "ProjectionReport",
@@ -133,6 +136,7 @@ __all__ = [
     "log_to",
     "movable_control_points",
     "print_lines",
+    "progress",
     "project_curves",
     "project_point",
     "project_points",
