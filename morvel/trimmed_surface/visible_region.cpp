@@ -163,7 +163,7 @@ class VisibleTriangles {
     for (std::size_t start = 0; start < isSeen.size(); ++start) {
       if (isSeen[start]) continue;
       stage.report(double(start), double(isSeen.size()));
-      const std::vector<int> part = partAround(static_cast<int>(start), isSeen);
+      const std::vector<int> part = partAround(static_cast<int>(start), isSeen, stage);
       const int largest = *std::max_element(part.begin(), part.end(), [&](int a, int b) {
         return plane.twiceArea(plane.triangles()[a]) < plane.twiceArea(plane.triangles()[b]);
       });
@@ -176,10 +176,11 @@ class VisibleTriangles {
   bool operator[](std::size_t triangle) const { return isVisible_[triangle]; }
 
  private:
-  std::vector<int> partAround(int start, std::vector<bool>& isSeen) const {
+  std::vector<int> partAround(int start, std::vector<bool>& isSeen, Stage& stage) const {
     std::vector<int> part{start};
     isSeen[start] = true;
     for (std::size_t next = 0; next < part.size(); ++next) {
+      if (next % kReported == 0) stage.report(double(next), double(isSeen.size()));
       const PlaneTriangulation::Triangle& triangle = plane_.triangles()[part[next]];
       for (int k = 0; k < 3; ++k) {
         const int across = triangle.neighbor[k];

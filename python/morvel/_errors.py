@@ -65,6 +65,13 @@ class Cancelled(MorvelError):
     Attributes:
         fraction: how far the call had come, from 0 to 1.
         stage: the kernel's name for the step that it was at.
+
+    >>> try:
+    ...     with morvel.progress(lambda fraction, stage: True):
+    ...         Surface.sphere((0, 0, 0), 1.0).to_bspline()
+    ... except morvel.Cancelled as stopped:
+    ...     print(stopped.text)
+    cancelled in stage 'converting to spline form' at 0 %
     """
 
     def __init__(self, function: str, code: int, fraction: float, stage: str) -> None:

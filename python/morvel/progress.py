@@ -13,7 +13,7 @@ from typing import Any, Callable, List, Optional, TextIO, Type, Union
 
 import numpy as np
 
-from ._library import ProgressCallback, functions, interruption
+from ._library import NO_PROGRESS, ProgressCallback, functions, interruption
 
 #: Gets the fraction from 0 to 1 and the stage; True cancels, None and False go on.
 ProgressFunction = Callable[[float, str], Optional[bool]]
@@ -94,11 +94,10 @@ class progress:  # a function in all but name
     The function gets the fraction and the kernel's name for the step ("assembling"). It returns None
     or False to go on and True to cancel: the call then raises `Cancelled` and stores nothing. An
     exception that it raises cancels, too, and comes out of the call; so does Ctrl-C, which the
-    kernel notices at its next report. It must not call the kernel: that raises MorvelError.
+    kernel notices at its next report. It must not call the kernel: that raises RuntimeError.
 
     Blocks may lie inside each other; the innermost function is told. One thread at a time.
 
-        >>> import morvel, numpy as np
         >>> points = np.random.default_rng(1).random((2000, 3))
         >>> heard = []
         >>> with morvel.progress(lambda fraction, stage: heard.append(fraction)):
@@ -133,7 +132,7 @@ class progress:  # a function in all but name
     ) -> None:
         _active.pop()
         if not _active:
-            functions["set_progress_callback"](ProgressCallback(), None)
+            functions["set_progress_callback"](NO_PROGRESS, None)
         self._interrupts.remove()
         if isinstance(self.function, ProgressBar):
             self.function.close()
@@ -155,7 +154,12 @@ class ProgressBar:
 
     which is gone when the call has ended; that of a call that was stopped or failed stays. Elsewhere
     it prints nothing, or with `lines` one line whenever the stage changes. Kernel lines that go to
-    the same terminal would break the bar: `log_to()` or `set_log_level()` keeps them away.
+    the same terminal would break the bar: `quiet()` keeps them away.
+
+        >>> bar = morvel.ProgressBar(sys.stdout, lines=True)
+        >>> with morvel.quiet(), morvel.progress(bar):
+        ...     ball = morvel.Surface.sphere((0, 0, 0), 1.0).to_bspline()
+          0 %  converting to spline form
 
     Args:
         stream: sys.stderr where none is given.
@@ -216,4 +220,4 @@ class ProgressBar:
 
 
 # The kernel must not call while the process ends, when there is no interpreter any more.
-atexit.register(functions["set_progress_callback"], ProgressCallback(), None)
+atexit.register(functions["set_progress_callback"], NO_PROGRESS, None)

@@ -281,11 +281,15 @@ void SurfaceNormalFactor::solveInPlace(Eigen::MatrixXd& X) const {
 }
 
 std::optional<Eigen::MatrixXd> SurfaceNormalFactor::solve(const Eigen::MatrixXd& B) const {
+  Stage stage("solving");
   Eigen::MatrixXd X = B;
   solveInPlace(X);
+  stage.report(0.0);
   Eigen::MatrixXd residual = B - equations_.multiplied(X, ridge_);
   if (!residual.allFinite()) return std::nullopt;
+  stage.report(0.0);
   solveInPlace(residual);
+  stage.report(0.0);
   X += residual;
   residual = B - equations_.multiplied(X, ridge_);
   for (Eigen::Index c = 0; c < B.cols(); ++c) {
