@@ -100,7 +100,7 @@ class _Reader:
         self.lines = text.split("\n")
         self.blocks: List[Block] = []
         self.prose: List[Tuple[int, str]] = []
-        self.mark = ""  # the comment directly above
+        self.mark = ""  # the comment above, with nothing but empty lines between
         self.generated = False
 
     def read(self) -> None:
@@ -116,14 +116,14 @@ class _Reader:
                 at = self.comment(at)
             else:
                 self.prose.append((at + 1, line))
-                self.mark = ""
+                self.mark = self.mark if not line.strip() else ""
                 at += 1
 
     def fenced(self, at: int, fence: "re.Match[str]") -> int:
         end = self.find(at, lambda line: line.strip() == fence["ticks"], "the block is not closed")
         indent = len(fence["indent"])
         code = "\n".join(line[indent:] for line in self.lines[at + 1 : end]) + "\n"
-        if self.mark == OUTPUT:
+        if self.mark == OUTPUT and self.blocks:
             self.blocks[-1] = self.blocks[-1]._replace(output=code)
         else:
             reason = NOT_RUN.match(self.mark)

@@ -20,6 +20,8 @@ FAMILIES = [path for path, page in PAGES.items() if page.headers]
 QUOTED = re.compile(r"`([^`\n]+)`")
 VERB = re.compile(r"^  ([a-z]+)\b(.*(?:\n {6,}.*)*)", re.MULTILINE)
 COMMAND = re.compile(r"\./run ([a-z]+)((?: --[a-z-]+)*)")
+CONSTANT_ROW = re.compile(r"^\| `(k[A-Z]\w+|\w+_)` \| ([^|]+) \| `([\w/.]+)` \|")
+CODE_ROW = re.compile(r"^\| (-?\d+)", re.MULTILINE)
 #: A name that says by its shape that it is one: create_curve, BSplineCurve, findSpan.
 NAME = re.compile(r"\b(?:[A-Za-z]\w*_\w*|[a-z]+[A-Z]\w*|[A-Z]+[a-z]\w*[A-Z]\w*)\b")
 SOURCES = ("*.h", "*.hpp", "*.cpp", "*.c", "*.py", "*.txt", "*.cmake", "*.in", "run", "*.json")
@@ -122,3 +124,38 @@ def test_every_function_stands_on_one_page():
 def test_the_functions_of_a_family_are_those_of_its_headers(path):
     written = PAGES[path].text == referenced(PAGES[path].text)
     assert written, f"{path} is stale: ./run docs writes it"
+
+
+@pytest.mark.parametrize("path", FAMILIES)
+def test_a_family_has_a_picture_and_examples_in_python_and_c(path):
+    page = PAGES[path]
+    assert re.search(r"!\[[^\]]+\]\(pictures/[\w-]+\.(svg|png)\)", page.text), "no picture"
+    assert page.running("python"), "no example in Python that runs"
+    assert page.running("c"), "no example in C that runs"
+
+
+@pytest.mark.parametrize("path", FAMILIES)
+def test_the_codes_that_headers_state_stand_in_the_familys_table(path):
+    page = PAGES[path]
+    stated = set(CODE_ROW.findall(page.text.partition("<!-- functions of")[0]))
+    for header in (mark.partition(":")[0] for mark in page.headers):
+        opening = (ROOT / header).read_text("utf-8").partition("*/")[0]
+        codes = set(re.findall(r"(?:^|   )\s*(-\d+)  ", opening, re.MULTILINE))
+        assert codes <= stated, f"{path}: no row for {', '.join(sorted(codes - stated))} of {header}"
+
+
+def test_figures_of_constants_are_those_of_the_code():
+    rows = [
+        (page.path, number, CONSTANT_ROW.match(line))
+        for page in PAGES.values()
+        for number, line in page.prose
+    ]
+    matched = [(path, number, row) for path, number, row in rows if row]
+    assert matched, "no page has a table of constants"
+    found = []
+    for path, number, row in matched:
+        source = (ROOT / "morvel" / row[3]).read_text("utf-8")
+        values = re.findall(rf"\b{row[1]}\s*=\s*([\d.e+-]+)", source)
+        if not values or float(values[0]) != float(row[2].replace(",", "")):
+            found.append(f"{path}:{number}: {row[1]} is {values or 'not there'} in morvel/{row[3]}")
+    faults(found)

@@ -22,6 +22,7 @@ MORVEL_C_BEGIN
 
 /* ---- creation ---- */
 
+/* The straight line between two points. */
 MORVEL_API int create_curve_line(double x0, double y0, double z0, double x1, double y1, double z1);
 /* A full circle. A normal shorter than 1e-4 stands for z. */
 MORVEL_API int create_curve_circle(double cx, double cy, double cz, double radius, double nx,
@@ -80,6 +81,7 @@ MORVEL_API int get_curve_control_points(int curve, double* out MORVEL_LEN(3 * ma
                                         int maxPoints);
 /* The number of points of get_curve_mesh_data: 100 for any curve, 0 for an unknown handle. */
 MORVEL_API int get_curve_point_count(int curve);
+/* The polynomial degree; -7 for a type without one. */
 MORVEL_API int get_curve_degree(int curve);
 /* A one-line description, copied by the rule of get_last_error; "Not Found" for an unknown handle.
  */
@@ -97,6 +99,7 @@ MORVEL_API int get_ellipse_properties(int curve, double* center MORVEL_LEN(3),
                                       double* majorAxis MORVEL_LEN(3), double* normal MORVEL_LEN(3),
                                       double* a MORVEL_LEN(1), double* b MORVEL_LEN(1),
                                       double* start MORVEL_LEN(1), double* end MORVEL_LEN(1));
+/* The parameters of the curve's start and end. */
 MORVEL_API int get_curve_parameter_interval(int curve, double* start MORVEL_LEN(1),
                                             double* end MORVEL_LEN(1));
 /* The knots of a spline curve (-7 for others), the weights of a NURBS curve (-6). outCount gets
@@ -148,6 +151,7 @@ MORVEL_API int sample_curve_advanced(int curve, int mode, int count, double tole
 
 /* ---- modification: each makes a new curve ---- */
 
+/* The same curve run through the other way. */
 MORVEL_API int reverse_curve(int curve);
 /* Offset by distance (signed) to the side normal x tangent. */
 MORVEL_API int create_curve_normal_offset(int curve, double distance, double nx, double ny,

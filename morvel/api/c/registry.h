@@ -30,9 +30,12 @@ MORVEL_API void cleanup_kernel(void);
 
 /* Stores a point and returns its handle; -1 where a coordinate is not finite. */
 MORVEL_API int create_point(double x, double y, double z);
+/* Its coordinates. 0. */
 MORVEL_API int get_point_coordinates(int point, double* x MORVEL_LEN(1), double* y MORVEL_LEN(1),
                                      double* z MORVEL_LEN(1));
+/* 0. */
 MORVEL_API int delete_point(int point);
+/* How many points are registered. */
 MORVEL_API int get_point_count(void);
 /* As get_all_curves. */
 MORVEL_API int get_all_points(int* out MORVEL_LEN(max), int max);
@@ -42,12 +45,14 @@ MORVEL_API int clear_all_points(void);
 /* How many curves are registered. The two names are one function. */
 MORVEL_API int get_curve_count(void);
 MORVEL_API int get_curves_count(void);
+/* How many surfaces are registered. */
 MORVEL_API int get_surfaces_count(void);
 /* Write at most max handles, in no particular order, and return how many were written; -1 for null
    or max below 1. */
 MORVEL_API int get_all_curves(int* out MORVEL_LEN(max), int max);
 MORVEL_API int get_all_surfaces(int* out MORVEL_LEN(max), int max);
 
+/* 0. What was built of the curve keeps a copy of it. */
 MORVEL_API int delete_curve(int curve);
 /* An absent handle is ignored. A base that derived objects share lives on without its handle. */
 MORVEL_API void delete_surface(int surface);
@@ -90,6 +95,7 @@ MORVEL_API int curve_has_pending_transform(int curve);
    finite) the result is -4 and nothing is changed; transform_curve makes a curve of another type.
  */
 MORVEL_API int apply_curve_matrix(int curve);
+/* Drops the pending transform. 0. */
 MORVEL_API int reset_curve_matrix(int curve);
 /* The same for surfaces; these return 1 on success (and -3 for an entry without an object). */
 MORVEL_API int set_surface_matrix(int surface, const double* m MORVEL_LEN(16));
@@ -111,6 +117,7 @@ MORVEL_API const char* get_last_error_message(void);
 
 /* A one-line banner, by the rule of get_last_error. */
 MORVEL_API int get_version_info(char* buffer MORVEL_LEN(size), int size);
+/* Print the version and the number of curves; the number of surfaces and their handles. */
 MORVEL_API void print_kernel_info(void);
 MORVEL_API void debug_print_registry_status(void);
 

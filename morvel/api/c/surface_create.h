@@ -21,6 +21,8 @@
 
 MORVEL_C_BEGIN
 
+/* B-spline surfaces from a net, the first two on knots of their own. The first and the third take
+   u outer, the second v outer. */
 MORVEL_API int create_bspline_surface(const double* points MORVEL_LEN(3 * nU * nV), int nU, int nV,
                                       int degreeU, int degreeV,
                                       const double* uKnots MORVEL_LEN(uKnotCount), int uKnotCount,
@@ -46,6 +48,7 @@ MORVEL_API int create_surface_bezier(const double* points MORVEL_LEN(3 * nU * nV
 MORVEL_API int create_surface_plane(const double* origin MORVEL_LEN(3),
                                     const double* uVector MORVEL_LEN(3),
                                     const double* vVector MORVEL_LEN(3));
+/* Centre, radius. */
 MORVEL_API int create_surface_sphere(double x, double y, double z, double radius);
 /* Base centre, radius, axis direction, height. */
 MORVEL_API int create_surface_cylinder(double x, double y, double z, double radius, double ax,
@@ -53,6 +56,7 @@ MORVEL_API int create_surface_cylinder(double x, double y, double z, double radi
 /* Base centre, axis direction, base radius, height; the apex lies height along the axis. */
 MORVEL_API int create_surface_cone(double x, double y, double z, double ax, double ay, double az,
                                    double baseRadius, double height);
+/* Centre, axis direction, radius of the ring, radius of its section. */
 MORVEL_API int create_surface_torus(double x, double y, double z, double ax, double ay, double az,
                                     double majorRadius, double minorRadius);
 /* u along the profile, v along the direction. */

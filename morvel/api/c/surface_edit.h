@@ -26,6 +26,7 @@ MORVEL_API int split_surface_at_v(int surface, double v, int* left MORVEL_LEN(1)
    gives an unchanged copy. */
 MORVEL_API int extend_surface(int surface, double uMinAmount, double uMaxAmount, double vMinAmount,
                               double vMaxAmount, int type);
+/* The same surface with u, or v, run through the other way. */
 MORVEL_API int reverse_surface_u(int surface);
 MORVEL_API int reverse_surface_v(int surface);
 /* A B-spline surface with u and v exchanged. */

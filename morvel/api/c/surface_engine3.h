@@ -82,6 +82,7 @@ MORVEL_API int surface_engine3_add_g1_normal_constraint(int engine, double u, do
 /* 1 where all are valid, do not contradict each other and leave the control grid the freedom that
    they need; 0 otherwise, with the reason as the last error. */
 MORVEL_API int surface_engine3_validate_g1_constraints(int engine);
+/* How many G1 constraints the engine has. */
 MORVEL_API int surface_engine3_get_g1_constraint_count(int engine);
 /* Fits again, under all constraints. Returns 0. On failure the surface stays the last good one, and
    the engine is no longer valid until a fit succeeds. */
@@ -103,6 +104,7 @@ MORVEL_API int is_surface_engine3_valid(int engine);
 /* Copies the text, cut to size - 1 characters and a terminating zero; returns their number. */
 MORVEL_API int get_surface_engine3_validation_message(int engine, char* buffer MORVEL_LEN(size),
                                                       int size);
+/* Of the surface of the last fit, in u and v. 0. */
 MORVEL_API int get_surface_engine3_degrees(int engine, int* degree_u MORVEL_LEN(1),
                                            int* degree_v MORVEL_LEN(1));
 MORVEL_API int get_surface_engine3_control_point_counts(int engine, int* count_u MORVEL_LEN(1),
@@ -155,13 +157,17 @@ MORVEL_API int generate_constraint_mask(int surface, int surface_type,
    of count (1 to 200) constraints it meets constraint_surface: at (u, v) of the edited surface it
    has the position and tangent plane, and at level 2 the curvature, that the other has at (u', v').
    A curvature error above 0.01 is corrected by the error over 10 at a time until it is no longer;
-   one at or below is left alone. constraints      u, v, u', v' of each level            1 or 2
+   one at or below is left alone. Where the mask leaves too little freedom, what can be met is.
+   Returns how many constraints hold afterwards (within 1e-6, 1e-6 and, at level 2, 0.01); the
+   surface keeps its handle.
+
+   constraints      u, v, u', v' of each
+   level            1 or 2
    mask_indices, mask_weights   as generate_constraint_mask gives them; null with mask_count 0:
-   every control point, of weight 1. Entries that the surface does not have are passed over; a
-   weight of 0 does not move errors           null, or what is left: largest distance, largest angle
-   between the tangent planes in radians, largest difference of normal curvatures Where the mask
-   leaves too little freedom, what can be met is. Returns how many constraints hold afterwards
-   (within 1e-6, 1e-6 and, at level 2, 0.01); the surface keeps its handle. */
+                    every control point, of weight 1. Entries that the surface does not have are
+                    passed over; a weight of 0 does not move
+   errors           null, or what is left: largest distance, largest angle between the tangent
+                    planes in radians, largest difference of normal curvatures */
 MORVEL_API int apply_surface_g1g2_constraints(int edit_surface, int constraint_surface,
                                               const double* constraints MORVEL_LEN(4 * count),
                                               int count, int level,

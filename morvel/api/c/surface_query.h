@@ -21,6 +21,7 @@ MORVEL_API int get_surface_type(int surface, char* buffer MORVEL_LEN(size), int 
 MORVEL_API int get_surface_type_c(int surface, char* buffer MORVEL_LEN(size), int size);
 /* The class name such as "BSplineSurface"; 1 on success; sets no text. */
 MORVEL_API int get_surface_info(int surface, char* buffer MORVEL_LEN(size), int size);
+/* The number itself. -3 for an unknown handle, -7 for a type without it. */
 MORVEL_API int get_surface_u_degree(int surface);
 MORVEL_API int get_surface_v_degree(int surface);
 MORVEL_API int get_surface_u_control_points_count(int surface);
@@ -51,6 +52,7 @@ MORVEL_API int get_surface_control_points(int surface, double* out MORVEL_LEN(3 
                                           int* nU MORVEL_LEN(1), int* nV MORVEL_LEN(1));
 /* 1 or 0. */
 MORVEL_API int is_surface_rational(int surface);
+/* The domain of evaluation, [0, 1] x [0, 1]. 0. */
 MORVEL_API int get_surface_parameter_domain(int surface, double* uMin MORVEL_LEN(1),
                                             double* uMax MORVEL_LEN(1), double* vMin MORVEL_LEN(1),
                                             double* vMax MORVEL_LEN(1));
@@ -84,6 +86,7 @@ MORVEL_API MorvelPoint3D evaluate_surface_at_parameter(int surface, double u, do
 MORVEL_API MorvelPoint3D get_surface_normal_at_parameter(int surface, double u, double v);
 /* At the middle of the domain. */
 MORVEL_API int get_surface_normal_at_center(int surface, double* normal MORVEL_LEN(3));
+/* Su and Sv; Suu, Suv and Svv. 0. */
 MORVEL_API int get_surface_first_derivatives(int surface, double u, double v,
                                              double* su MORVEL_LEN(3), double* sv MORVEL_LEN(3));
 MORVEL_API int get_surface_second_derivatives(int surface, double u, double v,
