@@ -55,6 +55,7 @@ from .nsided import (
     suitable_spans,
     validate_loop,
 )
+from .pictures import plot, save
 from .point import Point
 from .progress import ProgressBar, progress
 from .projection import (
@@ -136,6 +137,7 @@ __all__ = [
     "log_to",
     "movable_control_points",
     "print_lines",
+    "plot",
     "progress",
     "project_curves",
     "project_point",
@@ -144,6 +146,7 @@ __all__ = [
     "projection_preview",
     "projection_report",
     "quiet",
+    "save",
     "set_log_level",
     "sort_loop",
     "suitable_spans",

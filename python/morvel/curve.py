@@ -11,12 +11,13 @@ from . import _arrays as arrays
 from ._arrays import FloatArray, address, choice
 from ._curve_queries import CurveQueries
 from ._library import call
+from ._pictured import Pictured
 
 ENDS = {"start": 0, "end": 1}
 Z_AXIS = (0.0, 0.0, 1.0)
 
 
-class Curve(CurveQueries):
+class Curve(CurveQueries, Pictured):
     """A curve in space.
 
     `curve(t)` evaluates it, for one parameter or an array of any shape. Parameters are in the

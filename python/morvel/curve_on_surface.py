@@ -12,10 +12,11 @@ from ._arrays import FloatArray, address
 from ._batches import NUMBER, PAIR, VECTOR, Shape, evaluate
 from ._handles import Registered, checked
 from ._library import call
+from ._pictured import Pictured
 from .surface import Surface
 
 
-class CurveOnSurface(Registered):
+class CurveOnSurface(Registered, Pictured):
     """A curve in the (u, v) plane of a surface, and with it a curve in space.
 
     It keeps its surface alive: it works on after the surface was closed, and follows changes made

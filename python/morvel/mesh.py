@@ -9,10 +9,11 @@ from typing import Iterable, Tuple, Union
 import numpy as np
 
 from ._arrays import FloatArray, IntArray
+from ._pictured import Pictured
 
 
 @dataclass(frozen=True)
-class Mesh:
+class Mesh(Pictured):
     """Triangles over vertices.
 
     >>> mesh = Surface.sphere((0, 0, 0), 1.0).mesh(100)

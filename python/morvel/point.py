@@ -11,9 +11,10 @@ from . import _arrays as arrays
 from ._arrays import FloatArray, address
 from ._handles import Registered, listed
 from ._library import call
+from ._pictured import Pictured
 
 
-class Point(Registered):
+class Point(Registered, Pictured):
     """A registered point; numpy takes it for its three coordinates.
 
     >>> point = Point.at((1, 2, 3))

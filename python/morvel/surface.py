@@ -12,6 +12,7 @@ from . import _arrays as arrays
 from ._arrays import address, choice, two
 from ._handles import checked, handles_of, listed
 from ._library import call, is_trimmed
+from ._pictured import Pictured
 from ._surface_queries import SurfaceQueries
 from ._transforms import is_near_identity
 from .curve import Z_AXIS, Curve
@@ -26,7 +27,7 @@ EXTENSIONS = {"natural": 0, "linear": 1, "reflect": 2}
 SIDES = {"u_min": 0, "u_max": 1, "v_min": 2, "v_max": 3}
 
 
-class Surface(SurfaceQueries):
+class Surface(SurfaceQueries, Pictured):
     """A surface over [0, 1] x [0, 1].
 
     Two evaluations, which differ for B-spline and NURBS surfaces whose knots are not uniform:
