@@ -24,7 +24,7 @@ from __future__ import annotations
 from pathlib import Path
 from typing import TYPE_CHECKING, Any, Callable, Dict, Optional
 
-from . import drawing, figure, svg
+from . import drawing, figure, page, svg
 from .files import AnyPath, write_whole
 from .options import Options, options_from
 from .scene import Detail, build
@@ -35,6 +35,7 @@ if TYPE_CHECKING:
 __all__ = ["Options", "plot", "save"]
 
 FLAT = Detail(budget=20_000, most=64, line_steps=160)
+IN_PAGE = Detail(budget=80_000, most=96, line_steps=160, spare_isolines=3)
 # In axes lines have the steps of the facets: matplotlib sorts them by depth together.
 IN_AXES = Detail(budget=10_000, most=40, line_steps=1)
 
@@ -81,6 +82,10 @@ def save(path: AnyPath, objects: Any, **style: Any) -> None:
     write_whole(path, WRITERS[kind](objects, options_from(style)))
 
 
+def _html(objects: Any, options: Options) -> bytes:
+    return page.document(build(objects, options, IN_PAGE)).encode("utf-8")
+
+
 def _svg(objects: Any, options: Options) -> bytes:
     return svg.document(drawing.draw(build(objects, options, FLAT)), options).encode("utf-8")
 
@@ -94,5 +99,5 @@ def _drawn(kind: str) -> Callable[[Any, Options], bytes]:
 
 #: By extension.
 WRITERS: Dict[str, Callable[[Any, Options], bytes]] = {
-    ".svg": _svg, ".png": _drawn("png"), ".pdf": _drawn("pdf"),
+    ".svg": _svg, ".html": _html, ".png": _drawn("png"), ".pdf": _drawn("pdf"),
 }

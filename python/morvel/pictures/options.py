@@ -36,6 +36,7 @@ CURVATURES = ("gaussian", "mean")
 RESOLUTIONS = (2, 1000)
 MOST_ISOLINES = 200
 SIZES = (16, 20000)
+LUMINANCE, DARK = (0.2126, 0.7152, 0.0722), 0.45
 _HEX = re.compile(r"#([0-9a-f]{3}|[0-9a-f]{6})", re.IGNORECASE)
 
 
@@ -62,6 +63,11 @@ def rgb(colour: Colour) -> Rgb:
 def hex_of(colour: Union[Rgb, FloatArray]) -> str:
     """A colour as "#rrggbb"."""
     return "#" + "".join(f"{round(255 * min(max(float(c), 0.0), 1.0)):02x}" for c in colour)
+
+
+def is_dark(colour: Rgb) -> bool:
+    """Whether texts on a ground are to be light."""
+    return float(np.dot(LUMINANCE, colour)) < DARK
 
 
 def mixed(colour: Rgb, other: Rgb, share: float) -> Rgb:

@@ -82,6 +82,7 @@ class Scene:
 
     Attributes:
         low, high: corners of the box around everything but control nets.
+        isolines_shown: whether isolines are asked for; pages have some to switch on.
     """
 
     parts: List[Part]
@@ -89,6 +90,7 @@ class Scene:
     low: FloatArray
     high: FloatArray
     options: Options
+    isolines_shown: bool
 
     @property
     def centre(self) -> FloatArray:
@@ -115,11 +117,13 @@ class Detail:
         budget: vertices of all surfaces together.
         most: vertices along the side of one surface.
         line_steps: of lines on surfaces, about; never fewer than those of the facets.
+        spare_isolines: how many there are where none are asked for.
     """
 
     budget: int
     most: int
     line_steps: int
+    spare_isolines: int = 0
 
 
 @dataclass(frozen=True)
@@ -144,7 +148,7 @@ def build(objects: Any, options: Options, detail: Detail) -> Scene:
     entries = _entries(objects)
     surfaces = sum(isinstance(i.thing, Surface) for _, items in entries for i in items)
     sampler = _Sampler(options, surfaces, detail)
-    scene = Scene([], [], np.zeros(3), np.zeros(3), options)
+    scene = Scene([], [], np.zeros(3), np.zeros(3), options, sampler.isolines_shown)
     for number, (name, items) in enumerate(entries):
         fill, ink = _own_colours(number, items, options)
         scene.groups.append(Group(name, fill if _has_faces(items) else ink))
@@ -250,7 +254,8 @@ class _Sampler:
         cells = self.resolution - 1
         self.line_steps = cells * max(1, round(detail.line_steps / cells))
         automatic = next((n for upto, n in AUTOMATIC_ISOLINES if surfaces <= upto), 0)
-        self.isolines = automatic if options.isolines is None else options.isolines
+        wanted = automatic if options.isolines is None else options.isolines
+        self.isolines, self.isolines_shown = wanted or detail.spare_isolines, wanted > 0
 
     def part(self, group: int, item: _Item, fill: Rgb, ink: Rgb) -> Part:
         if item.colour is not None:

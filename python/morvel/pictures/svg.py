@@ -3,7 +3,7 @@
 from __future__ import annotations
 
 from itertools import groupby
-from typing import Any, Iterable, List, Optional
+from typing import Any, Iterable, List
 from xml.sax.saxutils import escape
 
 import numpy as np
@@ -11,7 +11,7 @@ import numpy as np
 from .._arrays import FloatArray
 from .colours import CURVATURE_STOPS
 from .drawing import Dot, Drawing, Facets, Legend, Stroke
-from .options import Options, hex_of, rgb
+from .options import Options, hex_of, is_dark, rgb
 
 HUNDREDTHS = 100
 SEAM = 1.1  # pixels that facets overlap, so that the ground does not shine through between them
@@ -21,7 +21,6 @@ LEGEND_WIDTH, LEGEND_HEIGHT = 14, 190
 LEGEND_RIGHT = 98  # pixels between the legend's bar and the right side
 TEXT_COLOUR = "#23272f"
 LIGHT_TEXT = "#e8eaee"
-DARK_GROUND = 0.45  # luminance below which texts are light
 
 
 def document(drawing: Drawing, options: Options) -> str:
@@ -145,13 +144,16 @@ def text_colour(options: Options) -> str:
     """Dark on light grounds, light on dark ones."""
     if options.background is None:
         return TEXT_COLOUR
-    red, green, blue = rgb(options.background)
-    luminance = 0.2126 * red + 0.7152 * green + 0.0722 * blue
-    return LIGHT_TEXT if luminance < DARK_GROUND else TEXT_COLOUR
+    return LIGHT_TEXT if is_dark(rgb(options.background)) else TEXT_COLOUR
 
 
-def _text(text: Optional[str]) -> str:
-    """Safe in XML: escaped, without characters that it does not have."""
-    allowed = (c if c >= " " and not "\ud800" <= c <= "\udfff" and c not in "\ufffe\uffff" else " "
-               for c in text or "")
-    return escape("".join(allowed))
+def clean(text: str) -> str:
+    """A text without characters that neither XML nor UTF-8 has."""
+    return "".join(
+        c if c >= " " and not "\ud800" <= c <= "\udfff" and c not in "\ufffe\uffff" else " "
+        for c in text
+    )
+
+
+def _text(text: str) -> str:
+    return escape(clean(text))
