@@ -26,16 +26,20 @@ class DepthBuffer:
         self._farthest = self._around(self._nearest.reshape(self.height, self.width))
 
     def visible(self, places: FloatArray, slack: float) -> "np.ndarray":
-        """Whether each of (n, 3) places x, y, depth is seen.
+        """Whether each of (n, 3) places x, y, depth is seen, or behind what is by `slack` at most.
+        """
+        return self.behind(places) <= slack
 
-        Hidden is only what lies behind its pixel and the eight around it by more than `slack`, so
-        that what lies on a facet, at any slope, is seen.
+    def behind(self, places: FloatArray) -> FloatArray:
+        """How far (n, 3) places x, y, depth lie behind what is seen there.
+
+        That is behind all of a pixel and the eight around it, so that what lies on a facet, at any
+        slope, is not behind it.
         """
         x = np.floor(places[:, 0] * self.scale).astype(np.int64)
         y = np.floor(places[:, 1] * self.scale).astype(np.int64)
         inside = (x >= 0) & (y >= 0) & (x < self.width) & (y < self.height)
-        depth = np.where(inside, self._farthest[y * inside, x * inside], -np.inf)
-        return places[:, 2] >= depth - slack
+        return np.where(inside, self._farthest[y * inside, x * inside], -np.inf) - places[:, 2]
 
     @staticmethod
     def _around(nearest: FloatArray) -> FloatArray:

@@ -24,6 +24,9 @@ LEGEND_SPACE = 104.0
 LINE_STEP = 3.0  # pixels between places where a line is tested
 STRAIGHT = 0.06  # pixels that a line may be off when places are dropped
 SLACK = 0.004  # of the radius, that a line may lie behind a facet and be seen
+CUTS = 3  # in half, in each direction, of facets that cross others
+SMALLEST = 2.0  # pixels of facets that are cut further
+PLACES = 9  # of a facet that are tested: corners, middle, and those between
 HIDDEN_NET = 0.28  # opacity of a control net behind facets
 NET_COLOUR: Rgb = (0.55, 0.22, 0.18)
 NORMAL_COLOUR: Rgb = (0.10, 0.48, 0.50)
@@ -184,21 +187,43 @@ class _Painter:
             if part.faces is None or not len(part.faces.corners):
                 continue
             placed = self._placed(part.faces.vertices)[part.faces.corners]
-            seen = self._is_seen(placed)
-            corners.append(placed[seen])
-            tints.append(self._tints(part, part.faces)[seen])
-            lines.append(colours.spread(line_ink(part.fill), int(seen.sum())))
+            placed, tint = self._seen(placed, self._tints(part, part.faces))
+            corners.append(placed)
+            tints.append(tint)
+            lines.append(colours.spread(line_ink(part.fill), len(placed)))
         every, tint, line = (np.concatenate(found) for found in (corners, tints, lines))
         order = np.argsort(every[:, :, 2].mean(axis=1), kind="stable")
         flat = _turned_alike(every[order, :, :2])
         sides = line[order] if self.options.wireframe else tint[order]
         self.drawing.facets = Facets(flat, tint[order], sides, self.options.wireframe)
 
-    def _is_seen(self, placed: FloatArray) -> "np.ndarray":
+    def _seen(self, placed: FloatArray, tints: FloatArray) -> Tuple[FloatArray, FloatArray]:
+        """Facets that are not hidden whole; where they cross others, cut into small ones.
+
+        Sorting alone paints of two facets that cross one over all of the other.
+        """
+        kept, cuts = [], 0 if self.options.wireframe else CUTS
+        for level in range(cuts + 1):
+            behind = self._behind(placed)
+            seen = behind <= SLACK
+            crossing = self._is_crossing(placed, behind) & (level < cuts)
+            whole = seen.any(axis=1) & ~crossing
+            kept.append((placed[whole], tints[whole]))
+            placed, tints = _quartered(placed[crossing]), np.repeat(tints[crossing], 4, axis=0)
+        return np.concatenate([k[0] for k in kept]), np.concatenate([k[1] for k in kept])
+
+    def _behind(self, placed: FloatArray) -> FloatArray:
+        """(m, PLACES): how far places of each facet are hidden, in radii."""
         middle = placed.mean(axis=1, keepdims=True)
         places = np.concatenate([placed, middle, (placed + middle) / 2], axis=1)
-        seen = self.buffer.visible(places.reshape(-1, 3), SLACK)
-        return seen.reshape(len(placed), -1).any(axis=1)
+        return self.buffer.behind(places.reshape(-1, 3)).reshape(len(placed), PLACES)
+
+    def _is_crossing(self, placed: FloatArray, behind: FloatArray) -> "np.ndarray":
+        """Whether facets are seen in part, and hidden by what is no farther than their own size."""
+        pixels = np.ptp(placed[:, :, :2], axis=1).max(axis=1, initial=0.0)
+        size = np.maximum(pixels / self.scale, np.ptp(placed[:, :, 2], axis=1))
+        near = (behind > SLACK) & (behind < size[:, None])
+        return (behind <= SLACK).any(axis=1) & near.any(axis=1) & (pixels > SMALLEST)
 
     def _tints(self, part: Part, faces: Faces) -> FloatArray:
         normals = facing(faces.normals @ self.axes.T, faces.corners)
@@ -259,6 +284,16 @@ class _Painter:
             opacity = 1.0 if seen[k] else hidden
             if opacity:
                 self.drawing.dots.append(Dot(placed[k, :2], colour, radius, opacity))
+
+
+def _quartered(placed: FloatArray) -> FloatArray:
+    """(4 m, 4, 3): each facet as four, in their places."""
+    a, b, c, d = (placed[:, k] for k in range(4))
+    ab, bc, cd, da = (a + b) / 2, (b + c) / 2, (c + d) / 2, (d + a) / 2
+    middle = placed.mean(axis=1)
+    parts = [(a, ab, middle, da), (ab, b, bc, middle), (middle, bc, c, cd), (da, middle, cd, d)]
+    stacked = np.stack([np.stack(part, axis=1) for part in parts], axis=1)
+    return stacked.reshape(-1, 4, 3)
 
 
 def finite_mean(values: FloatArray) -> FloatArray:
