@@ -34,10 +34,10 @@ if TYPE_CHECKING:
 
 __all__ = ["Options", "plot", "save"]
 
-FLAT = Detail(budget=20_000, most=64, line_steps=160)
-IN_PAGE = Detail(budget=80_000, most=96, line_steps=160, spare_isolines=3)
+FLAT = Detail(budget=20_000, most=64, line_steps=160, curve_steps=192)
+IN_PAGE = Detail(budget=80_000, most=96, line_steps=160, curve_steps=256, spare_isolines=3)
 # In axes lines have the steps of the facets: matplotlib sorts them by depth together.
-IN_AXES = Detail(budget=10_000, most=40, line_steps=1)
+IN_AXES = Detail(budget=10_000, most=40, line_steps=1, curve_steps=192)
 
 
 def plot(objects: Any, ax: "Optional[Axes3D]" = None, **style: Any) -> "Axes3D":

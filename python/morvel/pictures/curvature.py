@@ -52,11 +52,19 @@ def surface_jets(surface: Surface, uv: FloatArray, exact: bool) -> Jets:
             values = _derivatives(surface, beside, exact)
             first[bad], second[bad] = values[:, 1:3], values[:, 4:7]
             bad = _degenerate(first)
-        return Jets(points, *_normals_and_curvatures(first, second, bad))
+        # Products of derivatives in their own size stay in range.
+        size = float(np.nanmax(np.abs(first), initial=0.0)) or 1.0
+        normals, gaussian, mean = _normals_and_curvatures(first / size, second / size, bad)
+        return Jets(points, normals, _finite(gaussian / size / size), _finite(mean / size))
+
+
+def _finite(values: FloatArray) -> FloatArray:
+    return np.where(np.isfinite(values), values, np.nan)
 
 
 def _degenerate(first: FloatArray) -> "np.ndarray":
-    area = np.linalg.norm(np.cross(first[:, 0], first[:, 1]), axis=1)
+    size = float(np.nanmax(np.abs(first), initial=0.0)) or 1.0
+    area = np.linalg.norm(np.cross(first[:, 0] / size, first[:, 1] / size), axis=1)
     largest = np.nanmax(area, initial=0.0)
     return ~(area > DEGENERATE * largest)
 

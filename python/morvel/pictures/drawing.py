@@ -18,6 +18,7 @@ from .options import DEFAULT_VIEW, Options, Rgb, angles, mixed
 from .sampling import Faces, Lines
 from .scene import INK, Part, Scene, line_ink
 
+LEAST_EXTENT = 1e-2  # in radii: of what is seen end on, and of a single place
 MARGIN = 0.05  # of the smaller side
 TITLE_SPACE = 46.0  # pixels
 LEGEND_SPACE = 104.0
@@ -26,6 +27,7 @@ STRAIGHT = 0.06  # pixels that a line may be off when places are dropped
 SLACK = 0.004  # of the radius, that a line may lie behind a facet and be seen
 CUTS = 3  # in half, in each direction, of facets that cross others
 SMALLEST = 2.0  # pixels of facets that are cut further
+NOTHING = 0.01  # pixels of facets that nobody sees
 PLACES = 9  # of a facet that are tested: corners, middle, and those between
 HIDDEN_NET = 0.28  # opacity of a control net behind facets
 NET_COLOUR: Rgb = (0.55, 0.22, 0.18)
@@ -147,7 +149,7 @@ class _Painter:
         top = margin + (TITLE_SPACE if self.options.title else 0.0)
         side = margin + (LEGEND_SPACE if self.drawing.legend else 0.0)
         room = np.maximum((width - margin - side, height - margin - top), 1.0)
-        extent = np.maximum(high - low, 1e-9)
+        extent = np.maximum(high - low, LEAST_EXTENT)
         self.scale = float((room / extent).min())
         middle = (margin + room[0] / 2, top + room[1] / 2)
         self.shift = np.array(middle) - self.scale * (low + high) / 2 * (1, -1)
@@ -207,7 +209,8 @@ class _Painter:
             behind = self._behind(placed)
             seen = behind <= SLACK
             crossing = self._is_crossing(placed, behind) & (level < cuts)
-            whole = seen.any(axis=1) & ~crossing
+            extent = np.ptp(placed[:, :, :2], axis=1).max(axis=1, initial=0.0)
+            whole = seen.any(axis=1) & ~crossing & (extent > NOTHING)
             kept.append((placed[whole], tints[whole]))
             placed, tints = _quartered(placed[crossing]), np.repeat(tints[crossing], 4, axis=0)
         return np.concatenate([k[0] for k in kept]), np.concatenate([k[1] for k in kept])
@@ -239,8 +242,9 @@ class _Painter:
         for line in part.isolines:
             self._paint(line, mixed(part.fill, INK, 0.5), ISOLINE * width)
         if self.options.edges:
-            for line in [*part.rims, *self._outlines(part)]:
+            for line in part.rims:
                 self._paint(line, ink, RIM * width)
+            self._paint_outlines(part, ink, RIM * width)
         for line in part.curves:
             self._paint(line, part.ink, width)
         if self.options.normals and part.faces is not None:
@@ -250,11 +254,14 @@ class _Painter:
             for line in part.net:
                 self._paint(line, NET_COLOUR, NET * width, HIDDEN_NET)
 
-    def _outlines(self, part: Part) -> Lines:
-        """Where facets turn away from the eye."""
+    def _paint_outlines(self, part: Part, colour: Rgb, width: float) -> None:
+        """Where facets turn away from the eye: pieces so short that they are seen or not."""
         if part.faces is None:
-            return []
-        return outlines(part.faces, self.axes[2])
+            return
+        pieces = outlines(part.faces, self.axes[2])
+        placed = self._placed(pieces.reshape(-1, 3)).reshape(-1, 2, 3)
+        for piece in placed[self.buffer.visible(placed.mean(axis=1), SLACK), :, :2]:
+            self.drawing.strokes.append(Stroke(piece, colour, width))
 
     def _paint(self, line: FloatArray, colour: Rgb, width: float, hidden: float = 0.0) -> None:
         """A line without its hidden parts, or with these at an opacity."""
@@ -371,8 +378,8 @@ def needles(faces: Faces, length: float) -> Lines:
     return list(np.stack([faces.vertices[chosen], tips], axis=1))
 
 
-def outlines(faces: Faces, towards: FloatArray) -> Lines:
-    """Lines over facets where the normal is square to a direction."""
+def outlines(faces: Faces, towards: FloatArray) -> FloatArray:
+    """(k, 2, 3): ends of lines over facets where the normal is square to a direction."""
     triangles = faces.triangles
     side = (faces.normals @ towards)[triangles]
     front = side > 0
@@ -387,4 +394,4 @@ def outlines(faces: Faces, towards: FloatArray) -> Lines:
         share = side[rows, alone] / (side[rows, alone] - side[rows, other])
         apart = corners[rows, other] - corners[rows, alone]
         ends.append(corners[rows, alone] + share[:, None] * apart)
-    return list(np.stack(ends, axis=1))
+    return np.stack(ends, axis=1)

@@ -5,8 +5,9 @@ matplotlib is imported when the first picture is made, so that the package does 
 
 from __future__ import annotations
 
+import importlib
 import io
-from typing import TYPE_CHECKING, Any, Callable, List, Optional, Sequence
+from typing import TYPE_CHECKING, Any, Callable, Dict, List, Optional, Sequence
 
 import numpy as np
 
@@ -41,6 +42,7 @@ POINTS = 0.72  # of a pixel
 PADDING = 0.04
 ZOOM = 1.15  # the box in the figure; matplotlib leaves much room around it
 MOST_TICKS = 7
+SMALLEST_SIZE, LARGEST_SIZE = 1e-100, 1e100
 LINE_CORNERS = 3  # there, along, and back
 #: matplotlib's PDF writer puts the date into its files unless told not to.
 UNDATED = {"CreationDate": None, "ModDate": None, "Producer": None, "Creator": "morvel"}
@@ -49,7 +51,7 @@ MARKER = 2.6
 
 def _need_matplotlib() -> None:
     try:
-        import matplotlib  # noqa: F401
+        importlib.import_module("matplotlib")
     except ImportError as fault:
         raise ImportError(
             "plot() and pictures as PNG and PDF need matplotlib, which is not installed (Debian: "
@@ -63,16 +65,17 @@ def _need_matplotlib() -> None:
 def plot(scene: Scene, ax: "Optional[Axes3D]") -> "Axes3D":
     """Adds a scene to axes, new ones unless given. ValueError where they are not in space."""
     _need_matplotlib()
+    if not SMALLEST_SIZE < scene.radius < LARGEST_SIZE:
+        raise ValueError(f"matplotlib cannot show objects of the size {scene.radius:.1g}")
     if ax is None:
         ax = _new_axes(scene)
     elif getattr(ax, "name", "") != "3d":
         raise ValueError("ax must be axes in space, as add_subplot(projection='3d') makes them")
     _add_facets(ax, scene)
-    for part in scene.parts:
-        _add_marks(ax, part, scene.options)
+    _add_marks(ax, scene)
     _set_limits(ax, scene)
     if scene.options.title:
-        ax.set_title(scene.options.title)
+        ax.set_title(svg.clean(scene.options.title), parse_math=False)
     return ax
 
 
@@ -185,10 +188,15 @@ def _add_lines(pieces: _Pieces, part: Part, scene: Scene) -> None:
         pieces.add_lines(part.net, NET_COLOUR, NET * width)
 
 
-def _add_marks(ax: "Axes3D", part: Part, options: Options) -> None:
-    size = (MARKER * options.line_width * POINTS) ** 2
-    marks = [(part.points, part.ink)] + ([(part.net_points, NET_COLOUR)] if options.net else [])
-    for points, colour in marks:
+def _add_marks(ax: "Axes3D", scene: Scene) -> None:
+    size = (MARKER * scene.options.line_width * POINTS) ** 2
+    marks: Dict[Rgb, List[FloatArray]] = {}
+    for part in scene.parts:
+        marks.setdefault(part.ink, []).append(part.points)
+        if scene.options.net:
+            marks.setdefault(NET_COLOUR, []).append(part.net_points)
+    for colour, clouds in marks.items():
+        points = np.concatenate(clouds)
         if len(points):
             thin = 1 + (len(points) - 1) // MOST_DOTS
             x, y, z = points[::thin].T
@@ -242,7 +250,6 @@ def _painted(drawing: Drawing, options: Options) -> "Figure":
     from matplotlib.backends.backend_agg import FigureCanvasAgg
     from matplotlib.collections import LineCollection, PolyCollection
     from matplotlib.figure import Figure
-    from matplotlib.patches import Circle
 
     figure = Figure(figsize=(drawing.width / INCH, drawing.height / INCH), dpi=INCH)
     FigureCanvasAgg(figure)
@@ -260,9 +267,12 @@ def _painted(drawing: Drawing, options: Options) -> "Figure":
         [stroke.points for stroke in strokes], capstyle="round", joinstyle="round", zorder=2,
         colors=[(*stroke.colour, stroke.opacity) for stroke in strokes],
         linewidths=[stroke.width * POINTS for stroke in strokes]))
-    for dot in drawing.dots:
-        ax.add_patch(Circle(tuple(dot.place), dot.radius, color=(*dot.colour, dot.opacity),
-                            linewidth=0, zorder=3))
+    if drawing.dots:
+        x, y = np.array([dot.place for dot in drawing.dots]).T
+        sizes = [(2 * dot.radius * POINTS) ** 2 for dot in drawing.dots]
+        ax.scatter(x, y, s=sizes, c=[(*dot.colour, dot.opacity) for dot in drawing.dots],
+                   linewidths=0, zorder=3)
+        ax.set(xlim=(0, drawing.width), ylim=(drawing.height, 0))
     _write_texts(ax, drawing, options)
     return figure
 
@@ -270,7 +280,7 @@ def _painted(drawing: Drawing, options: Options) -> "Figure":
 def _write_texts(ax: Any, drawing: Drawing, options: Options) -> None:
     colour = svg.text_colour(options)
     if options.title:
-        ax.text(drawing.width / 2, 38, options.title, size=20 * POINTS, weight="semibold",
+        ax.text(drawing.width / 2, 38, svg.clean(options.title), size=20 * POINTS, weight="semibold",
                 ha="center", va="baseline", color=colour, parse_math=False)
     if drawing.legend is None:
         return

@@ -17,10 +17,10 @@ def write_whole(path: AnyPath, content: bytes) -> None:
     what was there before is there still.
     """
     target = Path(os.path.realpath(path))
-    if target.exists() and not target.is_file() and not target.is_dir():
-        target.write_bytes(content)  # a device or pipe: there is nothing to rename over
-        return
     try:
+        if target.exists() and not target.is_file() and not target.is_dir():
+            target.write_bytes(content)  # a device or pipe: there is nothing to rename over
+            return
         if target.is_dir():
             raise IsADirectoryError(21, "a folder has this name")
         if target.exists() and not os.access(target, os.W_OK):

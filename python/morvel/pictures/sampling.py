@@ -16,13 +16,13 @@ from ..mesh import Mesh
 from ..surface import Surface
 from ..trimmed import OUTSIDE, TOLERANCE, TrimmedSurface, _options
 from .curvature import NO_JETS, Jets, surface_jets
+from .edges import CREASE, facet_areas, scaled, sharp_edges, unit
 
-CURVE_STEPS = 192
+COARSE = (7, 13, 25)  # points along sides of surfaces that need no more
+SMOOTH = float(np.cos(np.radians(4.0)))  # between normals of neighbours
 STEPS_PER_SPAN = 12
 MOST_CURVE_POINTS = 20_000
-LINE_STEPS = 160  # of an isoparametric line
 BISECTIONS = 24
-CREASE = np.cos(np.radians(35.0))  # mesh facets that meet under more are shaded apart
 
 Lines = List[FloatArray]
 
@@ -68,12 +68,29 @@ def _faces(jets: Jets, corners: IntArray) -> Faces:
     return Faces(points, packed, normals, jets.gaussian[used], jets.mean[used])
 
 
+def least_resolution(surface: Surface, most: int, exact: bool) -> int:
+    """The fewest points along a side, but for `most`, that leave neighbours' normals close."""
+    for count in COARSE:
+        if count >= most:
+            break
+        normals = surface_jets(surface, _grid(count), exact).normals.reshape(count, count, 3)
+        turns = [np.einsum("ijk,ijk->ij", normals[1:], normals[:-1]),
+                 np.einsum("ijk,ijk->ij", normals[:, 1:], normals[:, :-1])]
+        if min(turn.min() for turn in turns) > SMOOTH:
+            return count
+    return most
+
+
+def _grid(count: int) -> FloatArray:
+    u, v = np.meshgrid(*[np.linspace(0.0, 1.0, count)] * 2, indexing="ij")
+    return np.stack([u, v], axis=-1).reshape(-1, 2)
+
+
 def surface_faces(surface: Surface, resolution: int, exact: bool) -> Faces:
     """A surface over a regular grid of resolution x resolution points."""
     if isinstance(surface, TrimmedSurface):
         return _trimmed_faces(surface, resolution)
-    u, v = (np.linspace(0.0, 1.0, resolution) for _ in range(2))
-    uv = np.stack(np.meshgrid(u, v, indexing="ij"), axis=-1).reshape(-1, 2)
+    uv = _grid(resolution)
     index = np.arange(resolution * resolution, dtype=np.int32).reshape(resolution, resolution)
     corners = np.stack([index[:-1, :-1], index[1:, :-1], index[1:, 1:], index[:-1, 1:]], axis=-1)
     return _faces(surface_jets(surface, uv, exact), corners.reshape(-1, 4))
@@ -122,7 +139,7 @@ def mesh_faces(mesh: Mesh) -> Faces:
         raise ValueError(f"a triangle refers to a vertex outside 0 to {len(vertices) - 1}")
     corners = triangles[:, [0, 1, 2, 2]].astype(np.int32)
     smooth = vertex_normals(vertices, corners)
-    flat = _facet_normals(vertices, corners)
+    flat = unit(facet_areas(scaled(vertices), corners))
     normals = smooth[triangles]
     apart = np.einsum("ijk,ik->ij", normals, flat) < CREASE
     if not apart.any():
@@ -137,53 +154,36 @@ def _without_curvature(vertices: FloatArray, corners: IntArray, normals: FloatAr
     return _faces(Jets(vertices, normals, nothing, nothing), corners)
 
 
-def _facet_normals(vertices: FloatArray, corners: IntArray) -> FloatArray:
-    return _unit(_facet_areas(vertices, corners))
-
-
-def _facet_areas(vertices: FloatArray, corners: IntArray) -> FloatArray:
-    """(m, 3) normals as long as twice the facets' areas, by their diagonals."""
-    a, b, c, d = (vertices[corners[:, k]] for k in range(4))
-    with np.errstate(invalid="ignore", over="ignore"):
-        return np.where((corners[:, 2] == corners[:, 3])[:, None],
-                        np.cross(b - a, c - a), np.cross(c - a, d - b))
-
-
 def vertex_normals(vertices: FloatArray, corners: IntArray) -> FloatArray:
     """(n, 3) unit means of the normals of the facets around, by area; zero where there is none."""
-    areas = _facet_areas(vertices, corners)
+    areas = facet_areas(scaled(vertices), corners)
     areas = np.where(np.isfinite(areas).all(axis=1)[:, None], areas, 0.0)
     total = np.zeros_like(vertices)
     for k in range(3 if len(corners) and (corners[:, 2] == corners[:, 3]).all() else 4):
         for axis in range(3):
             total[:, axis] += np.bincount(corners[:, k], areas[:, axis], len(vertices))
-    return _unit(total)
-
-
-def _unit(vectors: FloatArray) -> FloatArray:
-    length = np.linalg.norm(vectors, axis=-1, keepdims=True)
-    return np.divide(vectors, length, out=np.zeros_like(vectors), where=length > 0)
+    return unit(total)
 
 
 # ---- lines ----
 
 
-def curve_line(curve: Curve) -> FloatArray:
-    """(n, 3) points along a curve, with all of its knots."""
+def curve_line(curve: Curve, steps: int) -> FloatArray:
+    """(n, 3) points along a curve, `steps` + 1 at least, with all of its knots."""
     start, end = curve.interval
     try:
         knots = np.unique(curve.knots)
     except MorvelError:
         knots = np.empty(0)
     knots = knots[(knots > min(start, end)) & (knots < max(start, end))]
-    steps = min(max(CURVE_STEPS, STEPS_PER_SPAN * len(knots)), MOST_CURVE_POINTS)
+    steps = min(max(steps, STEPS_PER_SPAN * len(knots)), MOST_CURVE_POINTS)
     t = np.unique(np.concatenate([np.linspace(start, end, steps + 1), knots]))
     return curve(t if start <= end else t[::-1])
 
 
-def curve_on_surface_line(curve: CurveOnSurface) -> FloatArray:
-    """(n, 3) points along a curve on a surface."""
-    return curve(np.linspace(*curve.interval, CURVE_STEPS + 1))
+def curve_on_surface_line(curve: CurveOnSurface, steps: int) -> FloatArray:
+    """(steps + 1, 3) points along a curve on a surface."""
+    return curve(np.linspace(*curve.interval, steps + 1))
 
 
 def finite_runs(line: FloatArray) -> Lines:
@@ -206,25 +206,17 @@ def isolines(surface: Surface, count: int, cells: int, steps: int, exact: bool) 
     return _parameter_lines(surface, np.unique(at[(at > 0) & (at < cells)]) / cells, steps, exact)
 
 
-def rims(surface: Surface, steps: int, exact: bool) -> Lines:
-    """What bounds a surface: its loops where it has some, and its sides."""
-    lines = _parameter_lines(surface, np.array([0.0, 1.0]), steps, exact)
+def rims(surface: Surface, faces: Faces, steps: int, exact: bool) -> Lines:
+    """What bounds a surface: its sides, or where the facets of its visible part end."""
     if isinstance(surface, TrimmedSurface):
-        for loop in surface.loops:
-            lines += _loop_lines(surface, loop.polygon)
-    return lines
+        return sharp_edges(faces.vertices, faces.triangles)
+    return _parameter_lines(surface, np.array([0.0, 1.0]), steps, exact)
 
 
-def _loop_lines(surface: TrimmedSurface, polygon: FloatArray) -> Lines:
-    if len(polygon) < 2:
-        return []
-    closed = np.vstack([polygon, polygon[:1]])
-    along = np.linspace(0.0, 1.0, max(2, LINE_STEPS // len(polygon)), endpoint=False)
-    steps = closed[:-1, None] + along[:, None] * (closed[1:] - closed[:-1])[:, None]
-    uv = np.vstack([steps.reshape(-1, 2), closed[-1:]])
-    low_u, high_u, low_v, high_v = surface.domain
-    inside = ((uv >= (low_u, low_v)) & (uv <= (high_u, high_v))).all(axis=1)
-    return [run for part in runs(uv, inside) for run in finite_runs(surface(part))]
+def mesh_rims(mesh: Mesh) -> Lines:
+    """Where a mesh ends or has a crease."""
+    triangles = mesh.triangles[np.isfinite(mesh.vertices).all(axis=1)[mesh.triangles].all(axis=1)]
+    return sharp_edges(mesh.vertices, triangles) if len(triangles) else []
 
 
 def _parameter_lines(surface: Surface, at: FloatArray, steps: int, exact: bool) -> Lines:

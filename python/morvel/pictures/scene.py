@@ -24,7 +24,9 @@ from .sampling import (
     curve_on_surface_line,
     finite_runs,
     isolines,
+    least_resolution,
     mesh_faces,
+    mesh_rims,
     rims,
     surface_faces,
 )
@@ -36,8 +38,12 @@ KINDS = ((TrimmedSurface, "trimmed surface"), (Surface, "surface"), (Curve, "cur
 ACCEPTED = "curves, surfaces, meshes, points, curves on surfaces or arrays of points (n, 3)"
 MOST_APART = 12  # unnamed objects; more are put together by their kind
 LEAST_RESOLUTION = 6
+LEAST_STEPS = 16  # of a curve
+LINE_BUDGET = 40_000  # steps of curves, and of each kind of line on surfaces, together
+MOST_SPARED = 100  # surfaces that get isolines which nobody asked for
 PLAIN_FLAT = 1e-9  # share of the size within which lines lie in one plane z = constant
 AUTOMATIC_ISOLINES = ((2, 5), (6, 3), (12, 1))  # up to so many surfaces so many lines
+SPOT = 1e-14  # size, beside the coordinates, of a single place
 INK = (0.13, 0.15, 0.19)
 
 
@@ -94,13 +100,16 @@ class Scene:
 
     @property
     def centre(self) -> FloatArray:
-        return self.low + (self.high - self.low) / 2
+        return self.low / 2 + self.high / 2
 
     @property
     def radius(self) -> float:
         """Half the diagonal of the box; 1 for a single place."""
-        half = float(np.linalg.norm((self.high - self.low) / 2))
-        return half if half > 0 else 1.0
+        half = self.high / 2 - self.low / 2
+        largest = float(half.max())
+        if not largest > SPOT * max(np.abs(self.low).max(), np.abs(self.high).max()):
+            return 1.0  # what is left is rounding
+        return largest * float(np.linalg.norm(half / largest))
 
     @property
     def is_plan(self) -> bool:
@@ -117,12 +126,14 @@ class Detail:
         budget: vertices of all surfaces together.
         most: vertices along the side of one surface.
         line_steps: of lines on surfaces, about; never fewer than those of the facets.
+        curve_steps: of curves, at least, where there are few.
         spare_isolines: how many there are where none are asked for.
     """
 
     budget: int
     most: int
     line_steps: int
+    curve_steps: int
     spare_isolines: int = 0
 
 
@@ -146,8 +157,10 @@ def build(objects: Any, options: Options, detail: Detail) -> Scene:
         detail: how finely surfaces are sampled whose resolution is not given.
     """
     entries = _entries(objects)
-    surfaces = sum(isinstance(i.thing, Surface) for _, items in entries for i in items)
-    sampler = _Sampler(options, surfaces, detail)
+    things = [item.thing for _, items in entries for item in items]
+    surfaces = sum(isinstance(thing, Surface) for thing in things)
+    curves = sum(isinstance(thing, (Curve, CurveOnSurface)) for thing in things)
+    sampler = _Sampler(options, surfaces, curves, detail)
     scene = Scene([], [], np.zeros(3), np.zeros(3), options, sampler.isolines_shown)
     for number, (name, items) in enumerate(entries):
         fill, ink = _own_colours(number, items, options)
@@ -247,15 +260,18 @@ def _each(value: Any) -> "Iterable[Any]":
 class _Sampler:
     """Makes parts, as finely as all of them together allow."""
 
-    def __init__(self, options: Options, surfaces: int, detail: Detail) -> None:
+    def __init__(
+        self, options: Options, surfaces: int, curves: int, detail: Detail
+    ) -> None:
         each = int(np.sqrt(detail.budget / max(surfaces, 1)))
         self.options = options
         self.resolution = options.resolution or min(max(each, LEAST_RESOLUTION), detail.most)
-        cells = self.resolution - 1
-        self.line_steps = cells * max(1, round(detail.line_steps / cells))
+        self.line_steps = min(detail.line_steps, LINE_BUDGET // max(surfaces, 1))
+        self.curve_steps = min(max(LINE_BUDGET // max(curves, 1), LEAST_STEPS), detail.curve_steps)
         automatic = next((n for upto, n in AUTOMATIC_ISOLINES if surfaces <= upto), 0)
         wanted = automatic if options.isolines is None else options.isolines
-        self.isolines, self.isolines_shown = wanted or detail.spare_isolines, wanted > 0
+        spare = detail.spare_isolines if surfaces <= MOST_SPARED else 0
+        self.isolines, self.isolines_shown = wanted or spare, wanted > 0
 
     def part(self, group: int, item: _Item, fill: Rgb, ink: Rgb) -> Part:
         if item.colour is not None:
@@ -265,6 +281,7 @@ class _Sampler:
             self._add_surface(part, thing)
         elif isinstance(thing, Mesh):
             part.faces = mesh_faces(thing)
+            part.rims = mesh_rims(thing)
         elif isinstance(thing, Point):
             part.points = thing.position[None]
         elif isinstance(thing, np.ndarray):
@@ -275,10 +292,14 @@ class _Sampler:
 
     def _add_surface(self, part: Part, surface: Surface) -> None:
         exact = self.options.exact and not isinstance(surface, TrimmedSurface)
-        part.faces = surface_faces(surface, self.resolution, exact)
-        part.isolines = isolines(
-            surface, self.isolines, self.resolution - 1, self.line_steps, exact)
-        part.rims = rims(surface, self.line_steps, exact)
+        count = self.resolution
+        if self.options.resolution is None and not self.options.curvature:
+            count = least_resolution(surface, count, exact)
+        cells = count - 1
+        steps = cells * max(1, round(self.line_steps / cells))
+        part.faces = surface_faces(surface, count, exact)
+        part.isolines = isolines(surface, self.isolines, cells, steps, exact)
+        part.rims = rims(surface, part.faces, steps, exact)
         net = _net_of(surface)
         if net is not None and net.ndim == 3:
             part.net = [*net, *net.transpose(1, 0, 2)]
@@ -286,9 +307,9 @@ class _Sampler:
 
     def _add_curve(self, part: Part, curve: Union[Curve, CurveOnSurface]) -> None:
         if isinstance(curve, CurveOnSurface):
-            part.curves = finite_runs(curve_on_surface_line(curve))
+            part.curves = finite_runs(curve_on_surface_line(curve, self.curve_steps))
             return
-        part.curves = finite_runs(curve_line(curve))
+        part.curves = finite_runs(curve_line(curve, self.curve_steps))
         net = _net_of(curve)
         if net is not None and len(net):
             part.net, part.net_points = [net], net
