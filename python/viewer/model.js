@@ -60,6 +60,9 @@ function disc() {
   return new CanvasTexture(canvas);
 }
 
+/** A control net shows through facets, faintly. */
+const BEHIND = { transparent: true, opacity: 0.3, depthTest: false };
+
 /** One part: facets, lines and points of a colour. */
 class Piece {
   constructor(data, stops, round) {
@@ -103,7 +106,9 @@ class Piece {
     const pairs = segments(lines);
     if (!pairs.length) return;
     const geometry = new LineSegmentsGeometry().setPositions(pairs);
-    this.#keep(kind, new LineSegments2(geometry, new LineMaterial({ color: colour, linewidth: width })));
+    const look = { color: colour, linewidth: width };
+    this.#keep(kind, new LineSegments2(geometry, new LineMaterial(look)));
+    if (kind === "net") this.#keep(kind, new LineSegments2(geometry, new LineMaterial({ ...look, ...BEHIND })));
   }
 
   #addPoints(kind, points, colour, share) {
@@ -111,14 +116,15 @@ class Piece {
     const geometry = new BufferGeometry();
     geometry.setAttribute("position", new BufferAttribute(floats(points), 3));
     const many = geometry.attributes.position.count > 2000;
-    const material = new PointsMaterial({
+    const look = {
       color: colour,
       size: share * (many ? POINT_SIZE / 2 : POINT_SIZE) * Math.min(devicePixelRatio, 2),
       sizeAttenuation: false,
       map: this.round,
-      alphaTest: 0.5,
-    });
-    this.#keep(kind, new Points(geometry, material));
+      alphaTest: 0.1,
+    };
+    this.#keep(kind, new Points(geometry, new PointsMaterial(look)));
+    if (kind === "net") this.#keep(kind, new Points(geometry, new PointsMaterial({ ...look, ...BEHIND })));
   }
 
   /** Made when it is first asked for: most pages never are. */
