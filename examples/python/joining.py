@@ -6,7 +6,7 @@ from pathlib import Path
 from typing import List
 
 import morvel
-from joint import RADIUS, blends, picture, roundness, worst_gap
+from joint import RADIUS, blends, page, picture, roundness, worst_gap
 from walk import Log
 
 
@@ -20,6 +20,7 @@ class Joining:
     def run(self, log: Log) -> None:
         log.run("blend the spout", self.blend)
         log.run("draw joint.png", self.draw)
+        log.run("write joint.html", self.write_page)
 
     def blend(self) -> str:
         self.pieces = blends(self.patches)
@@ -32,3 +33,11 @@ class Joining:
         path = self.out / "joint.png"
         picture(self.patches, self.pieces, path)
         return f"{path.stat().st_size / 2**10:.0f} KiB"
+
+    def write_page(self) -> str:
+        path = self.out / "joint.html"
+        try:
+            page(self.patches, self.pieces, path)
+        except ImportError as fault:  # the viewer could not be bundled here
+            return str(fault)
+        return f"{path.stat().st_size / 2**10:.0f} KiB, to be turned in a browser"

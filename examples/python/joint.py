@@ -70,6 +70,19 @@ def picture(patches: List[morvel.Surface], pieces: List[morvel.Blend], path: Pat
     draw(parts + lines(pieces), path)
 
 
+def page(patches: List[morvel.Surface], pieces: List[morvel.Blend], path: Path) -> None:
+    """The same, to be turned in a browser."""
+    contacts = [morvel.interpolate_curve(piece.contacts[:, k]) for piece in pieces for k in (1, 2)]
+    parts = {
+        "body": ([patches[k] for k in BODY], COLOURS["body"]),
+        "spout": ([patches[k] for k in SPOUT], COLOURS["spout"]),
+        "blend": ([piece.surface for piece in pieces], COLOURS["blend"]),
+        "contacts": (contacts, COLOURS["contact"]),
+        "spines": ([piece.spine for piece in pieces], COLOURS["spine"]),
+    }
+    morvel.save(path, parts, title="The spout, joined by a rolling ball")
+
+
 def main() -> None:
     folder = Path(sys.argv[1] if len(sys.argv) > 1 else "out")
     folder.mkdir(parents=True, exist_ok=True)
@@ -79,6 +92,7 @@ def main() -> None:
     print(f"{len(pieces)} pieces, spines joined within {worst_gap(pieces):.0e}, "
           f"round within {roundness(pieces):.0e} of the radius")
     picture(patches, pieces, folder / "joint.png")
+    page(patches, pieces, folder / "joint.html")
 
 
 if __name__ == "__main__":
