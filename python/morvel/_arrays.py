@@ -17,6 +17,7 @@ from numpy.typing import ArrayLike, NDArray
 
 FloatArray = NDArray[np.float64]
 IntArray = NDArray[np.int32]
+BoolArray = NDArray[np.bool_]
 #: Numbers that are an array already: anything but one number.
 ManyNumbers = Union[NDArray[Any], Sequence[Any]]
 Coded = TypeVar("Coded")

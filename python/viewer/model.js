@@ -63,6 +63,12 @@ function disc() {
 /** A control net shows through facets, faintly. */
 const BEHIND = { transparent: true, opacity: 0.3, depthTest: false };
 
+/** Marks on a facet stand before it whole. */
+function bringForward(shader) {
+  const projected = "#include <project_vertex>";
+  shader.vertexShader = shader.vertexShader.replace(projected, `${projected}\n gl_Position.z -= 0.01 * gl_Position.w;`);
+}
+
 /** One part: facets, lines and points of a colour. */
 class Piece {
   constructor(data, stops, round) {
@@ -123,7 +129,9 @@ class Piece {
       map: this.round,
       alphaTest: 0.1,
     };
-    this.#keep(kind, new Points(geometry, new PointsMaterial(look)));
+    const material = new PointsMaterial(look);
+    material.onBeforeCompile = bringForward;
+    this.#keep(kind, new Points(geometry, material));
     if (kind === "net") this.#keep(kind, new Points(geometry, new PointsMaterial({ ...look, ...BEHIND })));
   }
 

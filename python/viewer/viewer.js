@@ -9,6 +9,7 @@ import style from "./viewer.css";
 const FIELD = 28; // degrees
 const [TOP, BOTTOM, SIDE, LEGEND] = [34, 84, 24, 150]; // pixels around the scene
 const LEAST_DISTANCE = 0.5; // in radii of the scene
+const ROUNDS = 4; // of bringing the scene to the middle
 const TURN = 5; // degrees a key press
 const ZOOM = 1.15;
 const NUMBERED = ["front", "back", "left", "right", "top", "bottom"];
@@ -66,19 +67,31 @@ class Viewer {
     this.camera.setViewOffset(innerWidth, innerHeight, left, down, innerWidth, innerHeight);
   }
 
-  /** The distance, towards a direction, from which all of the scene stands clear of the controls. */
-  #distance(towards) {
+  /** Looks from a direction so that all of the scene stands clear of the controls, in their middle. */
+  #frame(towards) {
     const right = new Vector3().crossVectors(this.camera.up, towards).normalize();
     const up = new Vector3().crossVectors(towards, right);
     const upright = Math.tan((FIELD * Math.PI) / 360);
     const [width, height] = [innerWidth - 2 * SIDE - this.#right, innerHeight - this.#top - this.#bottom].map((s) => Math.max(s, 50));
     const slopes = [width, height].map((side) => (upright * side) / Math.max(innerHeight, 1));
+    const seen = this.extent.map((point) => [point.dot(right), point.dot(up), point.dot(towards)]);
+    const middle = [0, 0];
     let distance = LEAST_DISTANCE;
-    for (const point of this.extent) {
-      const depth = point.dot(towards);
-      distance = Math.max(distance, depth + Math.abs(point.dot(right)) / slopes[0], depth + Math.abs(point.dot(up)) / slopes[1]);
+    for (let round = 0; round < ROUNDS; ++round) {
+      distance = LEAST_DISTANCE;
+      for (const place of seen) {
+        for (const k of [0, 1]) distance = Math.max(distance, place[2] + Math.abs(place[k] - middle[k]) / slopes[k]);
+      }
+      for (const k of [0, 1]) {
+        const sides = seen.map((place) => (place[k] - middle[k]) / Math.max(distance - place[2], LEAST_DISTANCE / 2));
+        const extremes = sides.reduce(([low, high], side) => [Math.min(low, side), Math.max(high, side)], [Infinity, -Infinity]);
+        if (seen.length) middle[k] += ((extremes[0] + extremes[1]) / 2) * distance;
+      }
     }
-    return distance;
+    this.controls.target.copy(right.multiplyScalar(middle[0])).addScaledVector(up, middle[1]);
+    this.camera.position.copy(this.controls.target).addScaledVector(towards, distance);
+    this.controls.update();
+    this.redraw();
   }
 
   get #top() {
@@ -98,19 +111,11 @@ class Viewer {
     const [a, e] = [azimuth, elevation].map((angle) => (angle * Math.PI) / 180);
     const from = Math.min(Math.max(Math.PI / 2 - e, POLE), Math.PI - POLE);
     const flat = Math.sin(from);
-    this.controls.target.set(0, 0, 0);
-    this.camera.position.set(flat * Math.cos(a), flat * Math.sin(a), Math.cos(from)).normalize();
-    this.camera.position.multiplyScalar(this.#distance(this.camera.position));
-    this.controls.update();
-    this.redraw();
+    this.#frame(new Vector3(flat * Math.cos(a), flat * Math.sin(a), Math.cos(from)));
   }
 
   fit() {
-    const towards = this.camera.position.clone().sub(this.controls.target).normalize();
-    this.controls.target.set(0, 0, 0);
-    this.camera.position.copy(towards.multiplyScalar(this.#distance(towards)));
-    this.controls.update();
-    this.redraw();
+    this.#frame(this.camera.position.clone().sub(this.controls.target).normalize());
   }
 
   #orbit(across, up, closer = 1) {

@@ -20,7 +20,7 @@ NEUTRAL = np.array([0.62, 0.62, 0.62])  # where there is no curvature
 PERCENTILE = 95  # of the curvatures, which has the strongest colour
 FLAT = 1e-9  # curvature times the scene's radius below which all is flat
 LAMP = np.array([-0.42, 0.62, 0.66])  # right, up, towards the eye
-AMBIENT, SKY, LIGHT, GLOSS, SHARPNESS = 0.50, 0.14, 0.48, 0.16, 32
+AMBIENT, SKY, LIGHT, GLOSS, SHARPNESS = 0.50, 0.14, 0.48, 0.12, 28
 CURVATURE_LIGHT = 0.55  # how much of the light and shade is left where colours tell values
 UNLIT = 0.8  # the tone of what has no normal
 
@@ -42,7 +42,8 @@ def shaded(colours: FloatArray, normals: FloatArray, strength: float = 1.0) -> F
     tone = AMBIENT + SKY * (0.5 + 0.5 * facing[:, 1]) + LIGHT * light
     tone = np.where(normals.any(axis=1), tone, UNLIT)
     tone = 1.0 + strength * (tone - 1.0)
-    return np.clip(tone[:, None] * colours + shine[:, None], 0.0, 1.0)
+    result: FloatArray = np.clip(tone[:, None] * colours + shine[:, None], 0.0, 1.0)
+    return result
 
 
 def lightly_shaded(colours: FloatArray, normals: FloatArray) -> FloatArray:

@@ -6,7 +6,7 @@ from dataclasses import dataclass
 
 import numpy as np
 
-from .._arrays import FloatArray
+from .._arrays import BoolArray, FloatArray
 from ..surface import Surface
 
 STEP = 1e-3  # of differences, as a share of the domain
@@ -62,15 +62,16 @@ def _finite(values: FloatArray) -> FloatArray:
     return np.where(np.isfinite(values), values, np.nan)
 
 
-def _degenerate(first: FloatArray) -> "np.ndarray":
+def _degenerate(first: FloatArray) -> BoolArray:
     size = float(np.nanmax(np.abs(first), initial=0.0)) or 1.0
     area = np.linalg.norm(np.cross(first[:, 0] / size, first[:, 1] / size), axis=1)
     largest = np.nanmax(area, initial=0.0)
-    return ~(area > DEGENERATE * largest)
+    result: BoolArray = ~(area > DEGENERATE * largest)
+    return result
 
 
 def _normals_and_curvatures(
-    first: FloatArray, second: FloatArray, bad: "np.ndarray"
+    first: FloatArray, second: FloatArray, bad: BoolArray
 ) -> "tuple[FloatArray, FloatArray, FloatArray]":
     du, dv = first[:, 0], first[:, 1]
     cross = np.cross(du, dv)

@@ -4,7 +4,7 @@ from __future__ import annotations
 
 import numpy as np
 
-from .._arrays import FloatArray
+from .._arrays import BoolArray, FloatArray
 
 MOST_WORK = 60_000_000  # pixels looked at for all triangles; larger buffers are made coarser
 CHUNK = 1 << 18
@@ -25,7 +25,7 @@ class DepthBuffer:
         self._draw(triangles * (self.scale, self.scale, 1.0))
         self._farthest = self._around(self._nearest.reshape(self.height, self.width))
 
-    def visible(self, places: FloatArray, slack: float) -> "np.ndarray":
+    def visible(self, places: FloatArray, slack: float) -> BoolArray:
         """Whether each of (n, 3) places x, y, depth is seen, or behind what is by `slack` at most.
         """
         return self.behind(places) <= slack
@@ -39,7 +39,8 @@ class DepthBuffer:
         x = np.floor(places[:, 0] * self.scale).astype(np.int64)
         y = np.floor(places[:, 1] * self.scale).astype(np.int64)
         inside = (x >= 0) & (y >= 0) & (x < self.width) & (y < self.height)
-        return np.where(inside, self._farthest[y * inside, x * inside], -np.inf) - places[:, 2]
+        nearest = np.where(inside, self._farthest[y * inside, x * inside], -np.inf)
+        return np.asarray(nearest - places[:, 2])
 
     @staticmethod
     def _around(nearest: FloatArray) -> FloatArray:
@@ -47,7 +48,8 @@ class DepthBuffer:
         rows, columns = nearest.shape
         parts = [padded[1 + a : 1 + a + rows, 1 + b : 1 + b + columns]
                  for a in AROUND for b in AROUND]
-        return np.minimum.reduce(parts)
+        result: FloatArray = np.minimum.reduce(parts)
+        return result
 
     def _draw(self, triangles: FloatArray) -> None:
         """By classes of size, so that each chunk is one array of pixels."""

@@ -11,7 +11,7 @@ from typing import List, Optional, Tuple
 
 import numpy as np
 
-from .._arrays import FloatArray, IntArray
+from .._arrays import BoolArray, FloatArray, IntArray
 from . import colours
 from .depth import DepthBuffer
 from .options import DEFAULT_VIEW, Options, Rgb, angles, mixed
@@ -221,12 +221,13 @@ class _Painter:
         places = np.concatenate([placed, middle, (placed + middle) / 2], axis=1)
         return self.buffer.behind(places.reshape(-1, 3)).reshape(len(placed), PLACES)
 
-    def _is_crossing(self, placed: FloatArray, behind: FloatArray) -> "np.ndarray":
+    def _is_crossing(self, placed: FloatArray, behind: FloatArray) -> BoolArray:
         """Whether facets are seen in part, and hidden by what is no farther than their own size."""
         pixels = np.ptp(placed[:, :, :2], axis=1).max(axis=1, initial=0.0)
         size = np.maximum(pixels / self.scale, np.ptp(placed[:, :, 2], axis=1))
         near = (behind > SLACK) & (behind < size[:, None])
-        return (behind <= SLACK).any(axis=1) & near.any(axis=1) & (pixels > SMALLEST)
+        result: BoolArray = (behind <= SLACK).any(axis=1) & near.any(axis=1) & (pixels > SMALLEST)
+        return result
 
     def _tints(self, part: Part, faces: Faces) -> FloatArray:
         normals = facing(faces.normals @ self.axes.T, faces.corners)
@@ -300,7 +301,8 @@ def _quartered(placed: FloatArray) -> FloatArray:
     middle = placed.mean(axis=1)
     parts = [(a, ab, middle, da), (ab, b, bc, middle), (middle, bc, c, cd), (da, middle, cd, d)]
     stacked = np.stack([np.stack(part, axis=1) for part in parts], axis=1)
-    return stacked.reshape(-1, 4, 3)
+    result: FloatArray = stacked.reshape(-1, 4, 3)
+    return result
 
 
 def finite_mean(values: FloatArray) -> FloatArray:
@@ -315,7 +317,8 @@ def facing(normals: FloatArray, corners: IntArray) -> FloatArray:
     """(m, 3) means of the corners' normals."""
     total = normals[corners].sum(axis=1)
     length = np.linalg.norm(total, axis=1, keepdims=True)
-    return np.divide(total, length, out=np.zeros_like(total), where=length > 0)
+    result: FloatArray = np.divide(total, length, out=np.zeros_like(total), where=length > 0)
+    return result
 
 
 def _turned_alike(corners: FloatArray) -> FloatArray:
@@ -335,7 +338,7 @@ def _refined(placed: FloatArray) -> FloatArray:
     return np.vstack([between, placed[-1:]])
 
 
-def _stretches(points: FloatArray, kept: "np.ndarray") -> Lines:
+def _stretches(points: FloatArray, kept: BoolArray) -> Lines:
     ends = np.flatnonzero(np.diff(np.concatenate([[False], kept, [False]]).astype(np.int8)))
     return [points[a:b] for a, b in zip(ends[::2], ends[1::2]) if b - a > 1]
 
@@ -355,16 +358,19 @@ def _simplified(points: FloatArray) -> FloatArray:
             middle = first + 1 + worst
             keep[middle] = True
             open_ranges += [(first, middle), (middle, last)]
-    return points[keep]
+    result: FloatArray = points[keep]
+    return result
 
 
 def _distances(points: FloatArray, start: FloatArray, end: FloatArray) -> FloatArray:
     along = end - start
     length = float(np.hypot(*along))
     if length < STRAIGHT:
-        return np.hypot(*(points - start).T)
+        result: FloatArray = np.hypot(*(points - start).T)
+        return result
     apart = points - start
-    return np.abs(apart[:, 0] * along[1] - apart[:, 1] * along[0]) / length
+    result = np.abs(apart[:, 0] * along[1] - apart[:, 1] * along[0]) / length
+    return result
 
 
 def needles(faces: Faces, length: float) -> Lines:

@@ -280,8 +280,8 @@ def _painted(drawing: Drawing, options: Options) -> "Figure":
 def _write_texts(ax: Any, drawing: Drawing, options: Options) -> None:
     colour = svg.text_colour(options)
     if options.title:
-        ax.text(drawing.width / 2, 38, svg.clean(options.title), size=20 * POINTS, weight="semibold",
-                ha="center", va="baseline", color=colour, parse_math=False)
+        ax.text(drawing.width / 2, 38, svg.clean(options.title), size=20 * POINTS,
+                weight="semibold", ha="center", va="baseline", color=colour, parse_math=False)
     if drawing.legend is None:
         return
     x = drawing.width - svg.LEGEND_RIGHT

@@ -7,7 +7,7 @@ from typing import List, Optional, Tuple
 
 import numpy as np
 
-from .._arrays import FloatArray, IntArray, address
+from .._arrays import BoolArray, FloatArray, IntArray, address
 from .._errors import MorvelError
 from .._library import call
 from ..curve import Curve
@@ -50,7 +50,8 @@ class Faces:
         """(k, 3): each quadrangle cut in two."""
         first, second = self.corners[:, [0, 1, 2]], self.corners[:, [0, 2, 3]]
         both = np.stack([first, second], axis=1).reshape(-1, 3)
-        return both[(both[:, 1] != both[:, 2]) & (both[:, 0] != both[:, 1])]
+        result: IntArray = both[(both[:, 1] != both[:, 2]) & (both[:, 0] != both[:, 1])]
+        return result
 
 
 def _faces(jets: Jets, corners: IntArray) -> Faces:
@@ -83,7 +84,8 @@ def least_resolution(surface: Surface, most: int, exact: bool) -> int:
 
 def _grid(count: int) -> FloatArray:
     u, v = np.meshgrid(*[np.linspace(0.0, 1.0, count)] * 2, indexing="ij")
-    return np.stack([u, v], axis=-1).reshape(-1, 2)
+    result: FloatArray = np.stack([u, v], axis=-1).reshape(-1, 2)
+    return result
 
 
 def surface_faces(surface: Surface, resolution: int, exact: bool) -> Faces:
@@ -191,7 +193,7 @@ def finite_runs(line: FloatArray) -> Lines:
     return runs(line, np.isfinite(line).all(axis=1))
 
 
-def runs(line: FloatArray, kept: "np.ndarray") -> Lines:
+def runs(line: FloatArray, kept: BoolArray) -> Lines:
     """The stretches of a polyline whose points are kept, of two points at least."""
     ends = np.flatnonzero(np.diff(np.concatenate([[False], kept, [False]]).astype(np.int8)))
     return [line[a:b] for a, b in zip(ends[::2], ends[1::2]) if b - a > 1]
@@ -235,8 +237,8 @@ def _line_over(surface: Surface, uv: FloatArray, exact: bool) -> Lines:
         parts = _visible_parts(surface, uv)
         return [run for part in parts for run in finite_runs(surface(_scaled(surface, part)))]
     domain = surface.exact_domain if exact else surface.domain
-    evaluate = surface.exact if exact else surface
-    return finite_runs(evaluate(_scaled(surface, uv, domain)))
+    at = _scaled(surface, uv, domain)
+    return finite_runs(surface.exact(at) if exact else surface(at))
 
 
 def _scaled(
@@ -249,8 +251,9 @@ def _scaled(
 
 def _visible_parts(surface: TrimmedSurface, uv: FloatArray) -> Lines:
     """The stretches of a line in the parameter plane that loops leave, cut where they cross it."""
-    def visible(places: FloatArray) -> "np.ndarray":
-        return surface.classify(_scaled(surface, places)) != OUTSIDE
+    def visible(places: FloatArray) -> BoolArray:
+        result: BoolArray = surface.classify(_scaled(surface, places)) != OUTSIDE
+        return result
 
     seen = visible(uv)
     change = np.flatnonzero(seen[1:] != seen[:-1])

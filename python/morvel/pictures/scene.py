@@ -323,13 +323,14 @@ def _net_of(thing: Union[Curve, Surface]) -> Optional[FloatArray]:
     return net if np.isfinite(net).all() else None
 
 
-def _cloud(values: "np.ndarray") -> FloatArray:
+def _cloud(values: "np.ndarray[Any, Any]") -> FloatArray:
     points = np.asarray(values, dtype=np.float64)
     if points.ndim == 1 and points.shape == (3,):
         points = points[None]
     if points.ndim != 2 or points.shape[1] != 3:
         raise ValueError(f"points need shape (n, 3), not {points.shape}")
-    return points[np.isfinite(points).all(axis=1)]
+    result: FloatArray = points[np.isfinite(points).all(axis=1)]
+    return result
 
 
 def line_ink(fill: Rgb) -> Rgb:

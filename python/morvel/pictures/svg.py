@@ -14,6 +14,7 @@ from .drawing import Dot, Drawing, Facets, Legend, Stroke
 from .options import Options, hex_of, is_dark, rgb
 
 HUNDREDTHS = 100
+FACET_STEP = 10  # facets overlap by more
 SEAM = 1.1  # pixels that facets overlap, so that the ground does not shine through between them
 WIRE = 0.5
 FONT = "'Helvetica Neue',Helvetica,Arial,'DejaVu Sans',sans-serif"
@@ -44,7 +45,7 @@ def document(drawing: Drawing, options: Options) -> str:
 def _facets(facets: Facets) -> Iterable[str]:
     if not len(facets.corners):
         return
-    paths = [_path(corners) + "z" for corners in _whole(facets.corners)]
+    paths = [_path(corners) + "z" for corners in _whole(facets.corners, FACET_STEP)]
     tints = zip(_hexes(facets.colours), _hexes(facets.sides), paths)
     yield f'<g stroke-width="{WIRE if facets.wired else SEAM}" stroke-linejoin="round">'
     for (tint, side), same in groupby(tints, lambda facet: facet[:2]):
@@ -78,9 +79,10 @@ def _dots(dots: List[Dot]) -> Iterable[str]:
                f'fill="{hex_of(dot.colour)}"{fading}/>')
 
 
-def _whole(points: FloatArray) -> "List[Any]":
-    """In hundredths of a pixel."""
-    return np.rint(points * HUNDREDTHS).astype(np.int64).tolist()  # type: ignore[no-any-return]
+def _whole(points: FloatArray, step: int = 1) -> "List[Any]":
+    """In hundredths of a pixel, of which only every `step`-th is used."""
+    whole = step * np.rint(points * (HUNDREDTHS / step)).astype(np.int64)
+    return whole.tolist()  # type: ignore[no-any-return]
 
 
 def _path(points: "List[List[int]]") -> str:
