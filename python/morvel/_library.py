@@ -92,7 +92,8 @@ def _candidates() -> Iterator[str]:
         return
     here = Path(__file__).resolve().parent
     root = here.parents[1]
-    for folder in (here, root / "build" / "release", root / "build" / "dev"):
+    installed = here.parents[2]  # the prefix's lib: installed, the package is two folders below it
+    for folder in (here, root / "build" / "release", root / "build" / "dev", installed):
         yield str(folder / LIBRARY_NAME)
         yield str(folder / "lib" / LIBRARY_NAME)
     yield LIBRARY_NAME
