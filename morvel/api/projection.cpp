@@ -23,7 +23,6 @@ using tp::ProjectionQuality;
 using tp::UnifiedProjectionEngine;
 using tp::UnifiedProjectionParams;
 using trova::foundation::Point3D;
-using trova::geometry::trimmed_surface::TrimmedSurface;
 
 namespace {
 
