@@ -1,5 +1,6 @@
 """The checks of the architecture find what they are there for: each is fed small faulty trees."""
 
+import shutil
 import subprocess
 import sys
 import tempfile
@@ -9,6 +10,7 @@ from pathlib import Path
 SCRIPTS = Path(__file__).resolve().parents[2] / "scripts"
 sys.path.insert(0, str(SCRIPTS))
 
+import check_abi  # noqa: E402
 import check_exports  # noqa: E402
 import check_layers  # noqa: E402
 from exported_signatures import (  # noqa: E402
@@ -223,6 +225,81 @@ namespace trova { struct API Shape { virtual ~Shape(); }; Shape::~Shape() {} }
                 self.assertTrue(faults)
                 for fault in faults:
                     self.assertRegex(fault, expected)
+
+
+class BinaryInterface(TreeTest):
+    """A small library against the dump of an earlier state of itself."""
+
+    HEADER = """
+#define API __attribute__((visibility("default")))
+namespace trova {
+struct API Shape {
+  virtual ~Shape();
+  virtual double area() const;
+  double size;
+};
+}
+extern "C" {
+API int first(int value);
+API int second(double value);
+}
+"""
+    SOURCE = """
+#include "shape.h"
+namespace trova {
+Shape::~Shape() = default;
+double Shape::area() const { return size; }
+}
+int first(int value) { return value; }
+int second(double value) { return value > 0; }
+"""
+    SECOND = ("API int second(double value);", "int second(double value) { return value > 0; }")
+    ADDED = ("API int third(int value);", "int third(int value) { return value; }")
+
+    def dump(self, header: str, source: str) -> bytes:
+        write(self.root, {"include/shape.h": header, "shape.cpp": source})
+        library = self.root / "lib.so"
+        command = ["g++", "-g", "-shared", "-fPIC", "-fvisibility=hidden", "-Iinclude"]
+        subprocess.run([*command, "-o", library, "shape.cpp"], check=True, cwd=self.root)
+        return check_abi.dump_of(library, self.root / "include")
+
+    def faults(self, header: str, source: str) -> str:
+        return check_abi.faults_of(self.dump(self.HEADER, self.SOURCE), self.dump(header, source))
+
+    @unittest.skipUnless(shutil.which("abidw"), "abigail-tools is not installed")
+    def test_what_is_gone_or_changed_is_found(self):
+        changes = {
+            "function removed": [(self.SECOND[0], ""), (self.SECOND[1], "")],
+            "parameter changed": [("second(double value)", "second(float value)")],
+            "member added": [("double size;", "double size; double width;")],
+            "virtual functions reordered": [
+                ("  virtual ~Shape();\n", ""),
+                ("double area() const;\n", "double area() const;\n  virtual ~Shape();\n"),
+            ],
+        }
+        for name, edits in changes.items():
+            header, source = self.HEADER, self.SOURCE
+            for old, new in edits:
+                header, source = header.replace(old, new), source.replace(old, new)
+            with self.subTest(name):
+                self.assertNotEqual("", self.faults(header, source))
+
+    @unittest.skipUnless(shutil.which("abidw"), "abigail-tools is not installed")
+    def test_what_is_added_passes_and_no_place_is_told(self):
+        header = self.HEADER.replace(self.SECOND[0], self.SECOND[0] + self.ADDED[0])
+        source = self.SOURCE + self.ADDED[1]
+        self.assertEqual("", self.faults(header, source))
+        dump = self.dump(header, source)
+        self.assertIn("third", check_abi.symbols_of(dump))
+        self.assertNotIn(str(self.root).encode(), dump)
+
+    def test_a_library_without_debug_information_is_refused(self):
+        library = self.root / "lib.so"
+        write(self.root, {"a.cpp": "int a;", "include/a.h": ""})
+        subprocess.run(["g++", "-shared", "-o", library, self.root / "a.cpp"], check=True)
+        with self.assertRaisesRegex(ValueError, "preset 'abi'"):
+            check_abi.dump_of(library, self.root / "include")
+
 
 
 if __name__ == "__main__":
