@@ -75,7 +75,7 @@ def near_points(surface: morvel.Surface, points: np.ndarray) -> np.ndarray:
 def draw_bunny(fits: BunnyFits, path: Path) -> None:
     """The piece with both surfaces, its points coloured by their distance."""
     figure = plt.figure(figsize=(13, 6), dpi=90)
-    sides: Sequence[Tuple[str, object, np.ndarray]] = (
+    sides: Sequence[Tuple[str, morvel.Surface, np.ndarray]] = (
         ("least squares alone", fits.free, fits.free_errors),
         ("through six fixed points", fits.constrained.surface, fits.constrained_errors),
     )

@@ -8,7 +8,7 @@ from __future__ import annotations
 import logging
 import sys
 from pathlib import Path
-from typing import Dict, List, Tuple
+from typing import Dict, List, Literal, Tuple
 
 import numpy as np
 
@@ -18,7 +18,7 @@ from teapot import read_patches
 
 TEAPOT = Path(__file__).resolve().parent.parent / "data" / "teapot.txt"
 RADIUS = 0.1
-OUTSIDE = "--"  # both patches' normals point inward
+OUTSIDE: Literal["--"] = "--"  # both patches' normals point inward
 # The spout's halves meet four quarters of the body; each pair has its piece of the joint.
 PAIRS = ((16, 4), (16, 8), (17, 11), (17, 7))
 BODY, SPOUT = (4, 7, 8, 11), (16, 17)

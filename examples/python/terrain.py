@@ -3,7 +3,7 @@
 from __future__ import annotations
 
 from pathlib import Path
-from typing import Dict, List, NamedTuple, Tuple
+from typing import Dict, List, NamedTuple, Optional, Tuple
 
 import numpy as np
 
@@ -51,7 +51,8 @@ def contours(z: np.ndarray, level: float) -> List[np.ndarray]:
     open_ends = [edge for edge, others in links.items() if len(others) == 1]
     chains, seen = [], set()
     for start in open_ends + list(links):
-        chain, edge = [], start
+        chain: List[Tuple[float, float]] = []
+        edge: Optional[Tuple[int, int, int]] = start
         while edge is not None and edge not in seen:
             seen.add(edge)
             chain.append(points[edge])

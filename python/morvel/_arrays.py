@@ -13,8 +13,11 @@ import operator
 from typing import Any, Iterable, Mapping, Optional, Sequence, Tuple, TypeVar, Union
 
 import numpy as np
-from numpy.typing import ArrayLike, NDArray
+import numpy.typing
+from numpy.typing import NDArray
 
+#: What numpy makes an array of. Checkers see no more than a sequence in lists of mixed numbers.
+ArrayLike = Union[numpy.typing.ArrayLike, Sequence[Any]]
 FloatArray = NDArray[np.float64]
 IntArray = NDArray[np.int32]
 BoolArray = NDArray[np.bool_]

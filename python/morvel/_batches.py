@@ -5,9 +5,8 @@ from __future__ import annotations
 from typing import Tuple
 
 import numpy as np
-from numpy.typing import ArrayLike
 
-from ._arrays import FloatArray, address, count_of, floats, whole
+from ._arrays import ArrayLike, FloatArray, address, count_of, floats, whole
 from ._library import Handled, call
 
 Shape = Tuple[int, ...]

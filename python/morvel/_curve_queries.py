@@ -5,10 +5,9 @@ from __future__ import annotations
 from typing import ClassVar, Dict, Optional, Tuple, Union, overload
 
 import numpy as np
-from numpy.typing import ArrayLike
 
 from . import _arrays as arrays
-from ._arrays import FloatArray, ManyNumbers, address, choice, whole
+from ._arrays import ArrayLike, FloatArray, ManyNumbers, address, choice, whole
 from ._batches import NUMBER, PAIR, VECTOR, Shape, broadcast_pairs, curve_result, evaluate
 from ._library import Handled, box_of, call, functions, text_of, values_of
 from ._transforms import Transformable

@@ -7,7 +7,8 @@ import os
 import re
 from ctypes.util import find_library
 from pathlib import Path
-from typing import Any, Callable, Container, Dict, Iterable, Iterator, List, Optional, Sequence, Tuple
+from typing import Any, Callable, Container, Dict, Iterable, Iterator, List, Optional, Sequence
+from typing import Tuple
 
 import numpy as np
 
@@ -246,7 +247,9 @@ def failure(name: str, code: int, arguments: Sequence[Any] = ()) -> MorvelError:
     gone = _unknown_handle(name, arguments)
     raw["clear_last_error"]()
     interruption.raise_for(name, code)
-    return HandleError(name, code, text or f"{gone} is gone") if gone else error_for(name, code, text)
+    if gone:
+        return HandleError(name, code, text or f"{gone} is gone")
+    return error_for(name, code, text)
 
 
 def error_of(name: str, code: int, text: Optional[str]) -> MorvelError:
@@ -257,7 +260,8 @@ def error_of(name: str, code: int, text: Optional[str]) -> MorvelError:
 
 _KINDS = {"curve": 0, "surface": 1, "point": 2, "curveonsurface": 3}
 _KIND_OF_PARAMETER = re.compile(
-    r"(curveonsurface|curve|surface|point)[123]?|(?:edit|constraint)_(surface)|(?:profile|path)(curve)"
+    r"(curveonsurface|curve|surface|point)[123]?"
+    r"|(?:edit|constraint)_(surface)|(?:profile|path)(curve)"
 )
 
 

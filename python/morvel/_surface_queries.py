@@ -5,10 +5,9 @@ from __future__ import annotations
 from typing import ClassVar, Optional, Tuple
 
 import numpy as np
-from numpy.typing import ArrayLike
 
 from . import _arrays as arrays
-from ._arrays import FloatArray, address, count_of, whole
+from ._arrays import ArrayLike, FloatArray, address, count_of, whole
 from ._batches import PAIR, VECTOR, broadcast_pairs, evaluate, surface_result
 from ._library import box_of, call, text_of, values_of
 from ._transforms import Transformable

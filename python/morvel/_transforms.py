@@ -5,10 +5,9 @@ from __future__ import annotations
 from typing import ClassVar, TypeVar
 
 import numpy as np
-from numpy.typing import ArrayLike
 
 from . import _arrays as arrays
-from ._arrays import FloatArray, address
+from ._arrays import ArrayLike, FloatArray, address
 from ._errors import UNKNOWN_HANDLE, HandleError
 from ._handles import Registered, checked
 from ._library import call, functions

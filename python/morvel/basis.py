@@ -19,10 +19,9 @@ from __future__ import annotations
 from typing import Callable, Tuple
 
 import numpy as np
-from numpy.typing import ArrayLike
 
 from . import _arrays as arrays
-from ._arrays import FloatArray, IntArray, address, whole
+from ._arrays import ArrayLike, FloatArray, IntArray, address, whole
 from ._library import call, call_expecting, functions as exported
 
 MOST_DEGREE = 1000

@@ -6,10 +6,9 @@ from dataclasses import dataclass
 from typing import Iterable, List, Literal, NamedTuple, Tuple
 
 import numpy as np
-from numpy.typing import ArrayLike
 
 from . import _arrays as arrays
-from ._arrays import FloatArray, IntArray, address, choice, whole
+from ._arrays import ArrayLike, FloatArray, IntArray, address, choice, whole
 from ._handles import checked
 from ._library import call
 from .curve import Curve
@@ -137,8 +136,8 @@ def blend(
     surface = Surface(
         call(
             "create_rolling_ball_blend_with_method", *_pair(first, second), radius,
-            choice(sides, METHODS, "sides"), tolerance, OFFSET_SAMPLES, cells, along, across, 0, 1, taken, *out,
-            address(contacts), along, count,
+            choice(sides, METHODS, "sides"), tolerance, OFFSET_SAMPLES, cells, along, across, 0, 1,
+            taken, *out, address(contacts), along, count,
         )
     )
     stations = contacts[: count[0]].reshape(-1, 3, 3)
@@ -219,7 +218,9 @@ def intersect(
     return Intersection(found, touching, bool(counts[3][0]))
 
 
-def contact_points(first: Surface, second: Surface, centres: ArrayLike, radii: ArrayLike) -> Contacts:
+def contact_points(
+    first: Surface, second: Surface, centres: ArrayLike, radii: ArrayLike
+) -> Contacts:
     """Where balls about (n, 3) centres touch both surfaces; one radius for all or one a ball.
 
     >>> floor = Surface.plane((0, 0, 0), (4, 0, 0), (0, 4, 0))

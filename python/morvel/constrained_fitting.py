@@ -5,10 +5,9 @@ from __future__ import annotations
 from typing import Any, Iterable, List, NamedTuple, Optional, Sequence, Tuple, Union
 
 import numpy as np
-from numpy.typing import ArrayLike
 
 from . import _arrays as arrays
-from ._arrays import FloatArray, IntArray, address, choice, two, whole
+from ._arrays import ArrayLike, FloatArray, IntArray, address, choice, two, whole
 from ._handles import checked
 from ._library import call, call_expecting
 from .surface import SIDES, Side, Surface

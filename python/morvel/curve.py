@@ -5,10 +5,9 @@ from __future__ import annotations
 from typing import Optional, Tuple
 
 import numpy as np
-from numpy.typing import ArrayLike
 
 from . import _arrays as arrays
-from ._arrays import FloatArray, address, choice
+from ._arrays import ArrayLike, FloatArray, address, choice
 from ._curve_queries import CurveQueries
 from ._library import call
 from ._pictured import Pictured

@@ -5,10 +5,9 @@ from __future__ import annotations
 from typing import ClassVar, Tuple
 
 import numpy as np
-from numpy.typing import ArrayLike
 
 from . import _arrays as arrays
-from ._arrays import FloatArray, address
+from ._arrays import ArrayLike, FloatArray, address
 from ._batches import NUMBER, PAIR, VECTOR, Shape, evaluate
 from ._handles import Registered, checked
 from ._library import call

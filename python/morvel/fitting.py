@@ -9,10 +9,9 @@ from __future__ import annotations
 from typing import Optional
 
 import numpy as np
-from numpy.typing import ArrayLike
 
 from . import _arrays as arrays
-from ._arrays import FloatArray, address, choice
+from ._arrays import ArrayLike, FloatArray, address, choice
 from ._library import call
 from .curve import Curve
 

@@ -7,10 +7,9 @@ from dataclasses import dataclass
 from typing import Any, NamedTuple, Tuple, Type
 
 import numpy as np
-from numpy.typing import ArrayLike
 
 from . import _arrays as arrays
-from ._arrays import address, two, whole
+from ._arrays import ArrayLike, address, two, whole
 from ._errors import BAD_ARGUMENT
 from ._handles import Registered, disown, owned_handles
 from ._library import call, call_expecting, failure, functions, text_of

@@ -6,10 +6,10 @@ import ctypes
 from typing import Any, Iterable, List, NamedTuple, Tuple, Union
 
 import numpy as np
-from numpy.typing import ArrayLike, NDArray
+from numpy.typing import NDArray
 
 from . import _arrays as arrays
-from ._arrays import FloatArray, address, two, whole
+from ._arrays import ArrayLike, FloatArray, address, two, whole
 from ._errors import BAD_ARGUMENT, ArgumentError
 from ._handles import handles_of, listed
 from ._library import call, functions, is_registered

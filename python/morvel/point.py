@@ -5,10 +5,9 @@ from __future__ import annotations
 from typing import Any, ClassVar, Iterable, List, Optional
 
 import numpy as np
-from numpy.typing import ArrayLike
 
 from . import _arrays as arrays
-from ._arrays import FloatArray, address
+from ._arrays import ArrayLike, FloatArray, address
 from ._handles import Registered, listed
 from ._library import call
 from ._pictured import Pictured

@@ -6,10 +6,9 @@ from dataclasses import dataclass
 from typing import Any, Iterable, List, Literal, NamedTuple, Optional, Sequence, Tuple
 
 import numpy as np
-from numpy.typing import ArrayLike
 
 from . import _arrays as arrays
-from ._arrays import FloatArray, address, count_of, number
+from ._arrays import ArrayLike, FloatArray, address, count_of, number
 from ._batches import PAIR, VECTOR, items_of
 from ._handles import checked, handles_of, listed
 from ._library import call, call_expecting, failure, functions

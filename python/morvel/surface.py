@@ -6,10 +6,10 @@ from typing import TYPE_CHECKING, Any, Iterable, List, Literal, Optional, Sequen
 from typing import TypeVar
 
 import numpy as np
-from numpy.typing import ArrayLike, NDArray
+from numpy.typing import NDArray
 
 from . import _arrays as arrays
-from ._arrays import address, choice, two
+from ._arrays import ArrayLike, address, choice, two
 from ._handles import checked, handles_of, listed
 from ._library import call, is_trimmed
 from ._pictured import Pictured

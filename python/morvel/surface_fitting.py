@@ -5,10 +5,9 @@ from __future__ import annotations
 from typing import Any, NamedTuple, Optional, Tuple
 
 import numpy as np
-from numpy.typing import ArrayLike
 
 from . import _arrays as arrays
-from ._arrays import FloatArray, address, choice, int_out, two
+from ._arrays import ArrayLike, FloatArray, address, choice, int_out, two
 from ._errors import BAD_ARGUMENT
 from ._library import call, call_expecting, failure, functions, text_of
 from .surface import Surface

@@ -7,10 +7,9 @@ from typing import Any, Callable, Dict, Iterable, List, Literal, NamedTuple, Opt
 from typing import Tuple
 
 import numpy as np
-from numpy.typing import ArrayLike
 
 from . import _arrays as arrays
-from ._arrays import FloatArray, IntArray, address, choice, count_of, number, two, whole
+from ._arrays import ArrayLike, FloatArray, IntArray, address, choice, count_of, number, two, whole
 from ._batches import PAIR, items_of
 from ._errors import BAD_ARGUMENT, UNKNOWN_HANDLE, ArgumentError, HandleError
 from ._handles import checked, handles_of, listed

@@ -17,7 +17,8 @@ import sys
 import time
 from typing import Any, Dict, List, Optional
 
-from morvel._library import LogCallback, ProgressCallback, TrimOptions, functions
+from morvel._library import NO_CALLBACK, NO_PROGRESS, LogCallback, ProgressCallback, TrimOptions
+from morvel._library import functions
 from morvel._signatures import SIGNATURES
 
 INT_MAX = 2**31 - 1
@@ -39,9 +40,9 @@ VALIDATION = "MorvelNSidedValidation*"
 OPTIONS = "const MorvelTrimOptions*"
 SIZES = "LoopSizes"  # arrays whose numbers are the lengths of what follows: these are never lies
 CALLBACKS = {
-    "MorvelLogCallback": [LogCallback(), LogCallback(lambda _level, _line, _user: None)],
+    "MorvelLogCallback": [NO_CALLBACK, LogCallback(lambda _level, _line, _user: None)],
     # None that cancels: a world that is built under it would stay empty.
-    "MorvelProgressCallback": [ProgressCallback(), ProgressCallback(lambda _at, _stage, _user: 0)],
+    "MorvelProgressCallback": [NO_PROGRESS, ProgressCallback(lambda _at, _stage, _user: 0)],
 }
 ROOM = ("capacity", "max", "size")  # in a length: room, of which the function uses what it needs
 UNCHECKED = ("foundation_",)  # they check no values, as their header says
@@ -247,10 +248,8 @@ def call_once(world: World, name: str) -> None:
             most = MOST_SEARCHED if is_searching else INT_MAX if has_room else MOST_ELEMENTS
             most = MOST_PROJECTED if is_projecting and is_input else most
             buffers[parameter] = pointer(world, c_type, parameter, claimed, most, tame)
-    arguments = [
-        values[p] if p in values else (buffers[p].address if buffers[p] else None)
-        for _, p, _ in parameters
-    ]
+    addresses = {p: buffer.address if buffer else None for p, buffer in buffers.items()}
+    arguments = [values[p] if p in values else addresses[p] for _, p, _ in parameters]
     print(name, arguments, file=sys.stderr, flush=True)
     before, start = world.counts(), time.monotonic()
     result = functions[name](*arguments)
