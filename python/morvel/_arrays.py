@@ -10,7 +10,7 @@ import ctypes
 import math
 import numbers
 import operator
-from typing import Any, Iterable, Mapping, Optional, Sequence, Tuple, TypeVar, Union
+from typing import Any, Iterable, List, Mapping, Optional, Sequence, Sized, Tuple, TypeVar, Union
 
 import numpy as np
 import numpy.typing
@@ -26,6 +26,7 @@ ManyNumbers = Union[NDArray[Any], Sequence[Any]]
 Coded = TypeVar("Coded")
 
 DIMENSIONS = 3
+MOST_MEMBERS = 1_000_000
 MOST = 2**31 - 1  # what the kernel counts with
 NUMERIC_KINDS = "fiub"
 
@@ -41,6 +42,7 @@ def floats(values: ArrayLike, what: str = "the values") -> FloatArray:
     TypeError: radius needs numbers, not str
     """
     array = np.asarray(values)
+    count_of(array.shape)  # before anything as large is copied
     if array.dtype.kind == "O" and all(isinstance(item, numbers.Real) for item in array.flat):
         array = _converted(array, what)
     if array.dtype.kind not in NUMERIC_KINDS:
@@ -90,6 +92,31 @@ def pairs(values: ArrayLike, what: str) -> FloatArray:
     if array.ndim != 2 or array.shape[1] != 2:
         raise ValueError(f"{what} need shape (n, 2), not {array.shape}")
     return array
+
+
+def members(values: Iterable[Any], what: str) -> "List[Any]":
+    """The members of a sequence that is no longer than the kernel could use."""
+    try:
+        count = len(values) if isinstance(values, Sized) else 0
+    except TypeError:
+        count = 0  # an array of no dimensions
+    if count > MOST_MEMBERS:
+        raise ValueError(f"{what} has {count} members; {MOST_MEMBERS} are the most")
+    return list(values)
+
+
+def triangles(values: ArrayLike, vertices: int) -> IntArray:
+    """(m, 3) indices into so many vertices."""
+    array = np.asarray(values)
+    if array.size == 0:
+        return np.empty((0, 3), dtype=np.int32)
+    if array.dtype.kind not in "iu":
+        raise TypeError(f"triangles need whole numbers, not {array.dtype.name}")
+    if array.ndim != 2 or array.shape[1] != 3:
+        raise ValueError(f"triangles need shape (m, 3), not {array.shape}")
+    if array.min() < 0 or array.max() >= vertices:
+        raise ValueError(f"triangles need indices from 0 to {vertices - 1}")
+    return np.asarray(array, dtype=np.int32)
 
 
 def net(values: ArrayLike) -> FloatArray:

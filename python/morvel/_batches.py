@@ -52,6 +52,7 @@ def evaluate(
         Shape (..., *result); a scalar where that has no dimensions.
     """
     items, leading = items_of(values, item, name)
+    count_of(leading + result)
     out = np.empty(leading + result)
     call(name, owner, address(items), count_of(leading), *options, address(out))
     found: FloatArray = out[()]

@@ -170,6 +170,7 @@ def _in_turn(name: str) -> Callable[..., Any]:
     function = raw[name]
 
     def in_turn(*arguments: Any) -> Any:
+        arguments = _plain(name, arguments)
         enter(name)
         try:
             return function(*_with_numbers(arguments))
@@ -189,6 +190,25 @@ def _in_turn(name: str) -> Callable[..., Any]:
 functions: Dict[str, Callable[..., Any]] = {name: _in_turn(name) for name in raw}
 
 
+_PLAIN = frozenset([int, float, bool, bytes, type(None)])
+_CONVERSIONS: Dict[str, Callable[[Any, str], Any]] = {"int": whole, "double": number}
+
+
+def _plain(name: str, arguments: Tuple[Any, ...]) -> Tuple[Any, ...]:
+    """Numbers of other types as Python's own. It runs the caller's code, so before the turn."""
+    if all(type(a) in _PLAIN or isinstance(a, Handled) for a in arguments):
+        return arguments
+    types = SIGNATURES[name][1]
+    if len(types) != len(arguments):
+        return arguments  # which ctypes refuses
+    return tuple(
+        argument
+        if c_type not in _CONVERSIONS or isinstance(argument, (Handled, ctypes.Array))
+        else _CONVERSIONS[c_type](argument, parameter)
+        for (c_type, parameter, _), argument in zip(types, arguments)
+    )
+
+
 def _with_numbers(arguments: Iterable[Any]) -> List[Any]:
     """Objects become their handles here, at the last moment, so that none is stale by then."""
     return [a.handle if isinstance(a, Handled) else a for a in arguments]
@@ -199,11 +219,10 @@ def _misfit(name: str, arguments: Sequence[Any]) -> Exception:
     parameters = SIGNATURES[name][1]
     if len(arguments) != len(parameters):
         return TypeError(f"{name} takes {len(parameters)} arguments, not {len(arguments)}")
-    checks: Dict[str, Callable[[Any, str], Any]] = {"int": whole, "double": number}
     for (c_type, parameter, _), argument in zip(parameters, _with_numbers(arguments)):
         try:
-            if c_type in checks:
-                checks[c_type](argument, parameter)
+            if c_type in _CONVERSIONS:
+                _CONVERSIONS[c_type](argument, parameter)
         except (TypeError, ValueError) as fault:
             return fault
     return TypeError(f"{name} cannot take these arguments")
@@ -313,6 +332,7 @@ def call(name: str, *arguments: Any, passing: Container[int] = ()) -> Any:
         arguments: numbers, addresses, texts; objects of the kernel's stand for their handles.
         passing: results below 0 that do not raise.
     """
+    arguments = _plain(name, arguments)
     enter(name)
     try:
         result = raw[name](*_with_numbers(arguments))
@@ -327,6 +347,7 @@ def call(name: str, *arguments: Any, passing: Container[int] = ()) -> Any:
 
 def call_expecting(success: int, name: str, *arguments: Any) -> None:
     """Calls a function that says success with one number."""
+    arguments = _plain(name, arguments)
     enter(name)
     try:
         result = raw[name](*_with_numbers(arguments))

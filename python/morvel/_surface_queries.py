@@ -185,8 +185,9 @@ class SurfaceQueries(Transformable):
             order 0.
         """
         us, vs = arrays.floats(u, "u"), arrays.floats(v, "v")
-        count_of(us.shape + vs.shape)
-        out = np.empty(us.shape + vs.shape + surface_result(order))
+        shape = us.shape + vs.shape + surface_result(order)
+        count_of(shape)
+        out = np.empty(shape)
         given = (address(us), count_of(us.shape), address(vs), count_of(vs.shape))
         call("evaluate_surface_grid", self, *given, order, address(out))
         return out

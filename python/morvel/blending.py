@@ -30,7 +30,7 @@ PER_CONTACT = 9
 FEWEST, MOST_ALONG = 3, 1000
 
 
-@dataclass(frozen=True)
+@dataclass(frozen=True, eq=False)
 class Blend:
     """A blend and what it was made of."""
 
@@ -50,7 +50,7 @@ class Branch(NamedTuple):
     closed: bool
 
 
-@dataclass(frozen=True)
+@dataclass(frozen=True, eq=False)
 class Intersection:
     """Where two surfaces meet."""
 

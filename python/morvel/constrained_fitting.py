@@ -90,7 +90,7 @@ Tangents = Tuple[ArrayLike, Optional[ArrayLike], Optional[ArrayLike]]
 
 
 def _members(values: Any, count: int, what: str) -> List[Any]:
-    found = list(values) if isinstance(values, Iterable) else []
+    found = arrays.members(values, what) if isinstance(values, Iterable) else []
     if len(found) != count:
         raise arrays.type_or_value(values)(f"{what} needs {count} members")
     return found
@@ -198,7 +198,7 @@ def fit_surface_constrained(
         *(*two(degrees, "degrees"), *two(control_points, "control_points"), code, regularization),
     )
     try:
-        added = _add_normals(engine, normals), _add_neighbours(engine, list(neighbours))
+        added = _add_normals(engine, normals), _add_neighbours(engine, arrays.members(neighbours, "neighbours"))
         if any(added):
             call("surface_engine3_apply_g1_constraints", engine)
         places = np.empty((count, PAIR)) if through_at is None else through_at

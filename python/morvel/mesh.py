@@ -8,11 +8,11 @@ from typing import Iterable, Tuple, Union
 
 import numpy as np
 
-from ._arrays import FloatArray, IntArray
+from ._arrays import FloatArray, IntArray, members, points, triangles
 from ._pictured import Pictured
 
 
-@dataclass(frozen=True)
+@dataclass(frozen=True, eq=False)
 class Mesh(Pictured):
     """Triangles over vertices.
 
@@ -29,6 +29,13 @@ class Mesh(Pictured):
 
     vertices: FloatArray
     triangles: IntArray
+
+    def __post_init__(self) -> None:
+        object.__setattr__(self, "vertices", points(self.vertices, "vertices"))
+        object.__setattr__(self, "triangles", triangles(self.triangles, len(self.vertices)))
+
+    def __repr__(self) -> str:
+        return f"<Mesh, {len(self.vertices)} vertices, {len(self.triangles)} triangles>"
 
     @property
     def normals(self) -> FloatArray:
@@ -58,11 +65,13 @@ class Mesh(Pictured):
     @staticmethod
     def joined(meshes: "Iterable[Mesh]") -> "Mesh":
         """Several meshes as one; vertices are not merged."""
-        parts = list(meshes)
+        parts = members(meshes, "meshes")
+        if not all(isinstance(part, Mesh) for part in parts):
+            raise TypeError("meshes must be a sequence of Mesh")
         offsets = np.cumsum([0] + [len(part.vertices) for part in parts])
         return Mesh(
             np.concatenate([part.vertices for part in parts]),
-            np.concatenate([part.triangles + k for part, k in zip(parts, offsets)]).astype(np.int32),
+            np.concatenate([part.triangles + k for part, k in zip(parts, offsets)]),
         )
 
     def write_obj(self, path: "Union[str, PathLike[str]]") -> None:

@@ -37,7 +37,7 @@ class ProjectedPoints(NamedTuple):
     distances: FloatArray
 
 
-@dataclass(frozen=True)
+@dataclass(frozen=True, eq=False)
 class ProjectedCurves:
     """The pieces of projected curves, in the order curve, surface, piece."""
 

@@ -9,7 +9,7 @@ import numpy as np
 from numpy.typing import NDArray
 
 from . import _arrays as arrays
-from ._arrays import ArrayLike, address, choice, two
+from ._arrays import ArrayLike, address, choice, two, whole
 from ._handles import checked, handles_of, listed
 from ._library import call, is_trimmed
 from ._pictured import Pictured
@@ -214,7 +214,7 @@ class Surface(SurfaceQueries, Pictured):
         A `TrimmedSurface` where it is one. HandleError where nothing is registered under the
         number, ArgumentError where another Python object stands for it.
         """
-        if cls is Surface and is_trimmed(handle):
+        if cls is Surface and is_trimmed(whole(handle, "handle")):
             from .trimmed import TrimmedSurface
 
             trimmed: Any = TrimmedSurface(handle)
@@ -400,7 +400,7 @@ class Surface(SurfaceQueries, Pictured):
 
         given = dict(
             rectangle=None if u is None and v is None else (u, v), circle=circle,
-            loops=None if outer is None and holes is None else (outer or (), holes or ()),
+            loops=None if outer is None and holes is None else (outer, holes),
             plane=plane, inside=inside, outside=outside,
         )  # fmt: skip
         return trim(self, given, tolerance)

@@ -9,7 +9,7 @@ from typing import Tuple
 import numpy as np
 
 from . import _arrays as arrays
-from ._arrays import ArrayLike, FloatArray, IntArray, address, choice, count_of, number, two, whole
+from ._arrays import ArrayLike, FloatArray, IntArray, address, choice, count_of, members, number, two, whole
 from ._batches import PAIR, items_of
 from ._errors import BAD_ARGUMENT, UNKNOWN_HANDLE, ArgumentError, HandleError
 from ._handles import checked, handles_of, listed
@@ -136,8 +136,13 @@ class TrimmedSurface(Surface):
             tolerance: the distance in parameters within which a point is on a loop.
             material: loops that are kept with the surface and cut nothing.
         """
-        by_type = {OUTER: list(outer), INNER: list(holes), MATERIAL: list(material)}
-        if holes and not outer:
+        by_type = {
+            kind: members(loops, what)
+            for kind, loops, what in (
+                (OUTER, outer, "outer"), (INNER, holes, "holes"), (MATERIAL, material, "material")
+            )
+        }  # fmt: skip
+        if by_type[INNER] and not by_type[OUTER]:
             by_type[OUTER] = [_whole_domain(checked(base, Surface, "base"))]
         loops = [_corners(loop) for kind in by_type.values() for loop in kind]
         corners = np.concatenate(loops) if loops else np.empty((0, 2))
@@ -201,7 +206,7 @@ class TrimmedSurface(Surface):
         border = listed(outer, Curve, "outer")
         # The kernel reads no further than the number of holes times the size of the one it is at,
         # which is enough where the sizes rise.
-        rising = sorted((listed(hole, Curve, "a hole") for hole in holes), key=len)
+        rising = sorted((listed(hole, Curve, "a hole") for hole in members(holes, "holes")), key=len)
         around = handles_of(border)
         inner = handles_of([curve for hole in rising for curve in hole])
         sizes = np.array([len(hole) for hole in rising], dtype=np.int32)
@@ -333,9 +338,9 @@ def _without_projections(make: Callable[[], int]) -> TrimmedSurface:
 
 
 def _looped(base: Surface, loops: Any, tolerance: float) -> TrimmedSurface:
-    outer, holes = loops
+    outer, holes = ([] if given is None else members(given, what) for given, what in zip(loops, ("outer", "holes")))
     if any(isinstance(curve, Curve) for curve in outer) or any(
-        isinstance(curve, Curve) for hole in holes for curve in hole
+        isinstance(curve, Curve) for hole in holes for curve in members(hole, "a hole")[:1]
     ):
         return TrimmedSurface.wires(base, outer, holes, tolerance)
     return TrimmedSurface.polygons(base, outer, holes, tolerance)
