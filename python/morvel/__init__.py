@@ -12,7 +12,19 @@ stand for them, delete them when they are closed or let go, and take and give nu
     (2500, 3)
     >>> tube([[0.0, 0.0], [0.5, 0.25]]).shape  # many parameters at once
     (2, 3)
+
+Objects:     Curve, Surface, TrimmedSurface, CurveOnSurface, Point; Mesh
+Fitting:     fit_curve, interpolate_curve, fit_curve_constrained, fit_surface, interpolate_grid,
+             fit_surface_constrained, join_surface, adjust_surface
+Projecting:  project_points, project_points_along, project_point, project_curves
+Blending:    blend, variable_blend, intersect, contact_points, ball_contact, canal, variable_offset
+Filling:     fill, fill_preview, sort_loop, validate_loop
+Mathematics: basis
+The kernel:  counts, live, clear, version, quiet, log_to, print_lines, set_log_level, KernelSession
+Errors:      MorvelError; ArgumentError (a ValueError too), HandleError (a KeyError too)
 """
+
+from typing import List
 
 from . import basis
 from ._errors import ArgumentError, Cancelled, HandleError, MorvelError
@@ -156,3 +168,7 @@ __all__ = [
     "version",
     "__version__",
 ]
+
+
+def __dir__() -> List[str]:
+    return sorted(__all__)

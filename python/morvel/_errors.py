@@ -41,7 +41,7 @@ class ArgumentError(MorvelError, ValueError):
     >>> Curve.circle((0, 0, 0), radius=-1.0)
     Traceback (most recent call last):
         ...
-    morvel._errors.ArgumentError: create_curve_circle: Radius must be positive (code -1)
+    morvel.ArgumentError: create_curve_circle: Radius must be positive (code -1)
     """
 
 
@@ -53,7 +53,7 @@ class HandleError(MorvelError, KeyError):
     >>> ball.area()
     Traceback (most recent call last):
         ...
-    morvel._errors.HandleError: Surface: 40000 is closed (code -3)
+    morvel.HandleError: Surface: 40000 is closed (code -3)
     """
 
     __str__ = MorvelError.__str__
@@ -110,3 +110,7 @@ def error_for(function: str, code: int, text: str) -> MorvelError:
         if function.startswith(beginning) and code in kinds:
             return kinds[code](function, code, text)
     return _USUAL.get(code, MorvelError)(function, code, text)
+
+
+for _kind in (MorvelError, ArgumentError, HandleError):
+    _kind.__module__ = "morvel"  # where they are found, as tracebacks show them

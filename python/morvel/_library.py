@@ -15,7 +15,7 @@ import numpy as np
 from ._arrays import FloatArray, address, int_out, number, point_out, whole
 from ._errors import Cancelled, HandleError, MorvelError, error_for
 from ._gate import enter, leave
-from ._signatures import SIGNATURES
+from ._signatures import SIGNATURES, VERSION
 
 LIBRARY_VARIABLE = "MORVEL_LIBRARY"  # a path to libmorvel.so that goes before all others
 LIBRARY_NAME = "libmorvel.so.1"
@@ -152,7 +152,12 @@ _PARAMETERS: Dict[str, Any] = {"int": _Whole, "double": _Number}
 def _typed(library: ctypes.CDLL) -> Dict[str, Any]:
     functions: Dict[str, Any] = {}
     for name, (result, parameters, doc) in SIGNATURES.items():
-        function = getattr(library, name)
+        try:
+            function = getattr(library, name)
+        except AttributeError:
+            raise ImportError(
+                f"{library._name} is another version's: package {VERSION} needs its {name}"
+            ) from None
         function.restype = _ctype(result)
         function.argtypes = [_PARAMETERS.get(t) or _ctype(t) for t, _, _ in parameters]
         function.__doc__ = doc
