@@ -2,8 +2,8 @@
 
 Run as a program, so that a crash or a hang is seen from outside: `hostile_objects.py SEED
 TRIES [NAME...]`, with so many tries for each parameter. What is
-called is found by looking at the package, good arguments by the parameters' names; then one argument
-after the other is replaced. Each call is announced on standard error before it is made.
+called is found by looking at the package, good arguments by the parameters' names; then one
+argument after the other is replaced. Each call is announced on standard error before it is made.
 
 What must hold after each call: it gave a result or raised MorvelError, ValueError, TypeError or
 KeyError, within the time limit, and left the world as it was: the same objects, none without owner.
@@ -134,9 +134,11 @@ def good(world: World, owner: str, name: str) -> Any:
         "meshes": [world.mesh], "minor": 0.5, "near": [(0.2, 0.2), (0.2, 0.2)], "net": world.net,
         "normal": (0.1, 0.2, 1.0), "order": 1, "origin": (0, 0, 0), "other": world.surface,
         "other_side": "u_max", "outer": (), "parameters": [0.0, 1.0], "path": world.curve,
-        "places": [(0.5, 0.5, 0.5, 0.5)], "plane": ((0, 0.5, 0), (0, 1, 0)), "point": (0.5, 0.5, 0.1),
+        "places": [(0.5, 0.5, 0.5, 0.5)], "plane": ((0, 0.5, 0), (0, 1, 0)),
+        "point": (0.5, 0.5, 0.1),
         "points": xyz[:4], "position": (1, 2, 3), "positions": xyz, "profile": world.curve,
-        "radii": [0.1, 0.2], "radius": 0.1, "second": world.wall, "sections": [world.curve, world.round],
+        "radii": [0.1, 0.2], "radius": 0.1, "second": world.wall,
+        "sections": [world.curve, world.round],
         "side": "u_min", "sides": 4, "start": (0.5, 0.1, 0.0), "surface": world.surface,
         "surfaces": [world.plate], "t": [0.1, 0.5], "t0": 0.1, "t1": 0.9, "third": world.plate,
         "through": [(0.0, 0.0, 0.0), (1.0, 1.0, 0.0)], "tolerance": 0.01, "triangles": [[0, 1, 2]],
@@ -160,19 +162,23 @@ def hostile(world: World) -> List[Any]:
     frozen = xyz.copy()
     frozen.setflags(write=False)
     return [
-        None, True, "", "text", b"bytes", object(), 1 + 2j, nan, inf, -inf, 0, 0.0, -1, 3, 0.5, -0.25,
+        None, True, "", "text", b"bytes", object(), 1 + 2j, nan, inf, -inf, 0, 0.0, -1, 3, 0.5,
+        -0.25,
         2**31 - 1, 2**31, -(2**31) - 1, 2**40, 2**70, 10**400, 1e308, 5e-324, [], [[]], {}, (), [1],
-        [1, 2], [1, 2, 3], (0.1, 0.9), [nan] * 3, [inf, 0, 0], [[1, 2, 3]], [["a"] * 3], [[1], [1, 2]],
+        [1, 2], [1, 2, 3], (0.1, 0.9), [nan] * 3, [inf, 0, 0], [[1, 2, 3]], [["a"] * 3],
+        [[1], [1, 2]],
         [None, None, None], [0, 0, 0], xyz, frozen, xyz[::-2], xyz.T, xyz.astype(">f8"), xyz > 0.5,
         xyz.astype(np.float32), (9 * xyz).astype(np.int8), xyz * nan, xyz * 1e308, 1e-320 * xyz,
         np.zeros((0, 3)), np.zeros((2, 2, 2, 2)), np.zeros((4, 4)), np.array(0.5), np.float32(0.5),
         np.int8(3), np.uint64(2**63), np.longdouble("1e4000"), np.array([None]), np.array(["x"]),
         np.datetime64("2020-01-01"), np.ma.masked_array([1.0, 2.0, 3.0], [0, 1, 0]),
         np.broadcast_to(0.5, (2**31 + 5, 3)), range(3),
-        (k for k in range(3)), lambda: 3, decimal.Decimal("0.5"), fractions.Fraction(1, 3), Raising(),
-        Lying(), Clearing(), int, np, world, world.curve, world.closed, world.surface, world.part,
-        world.on_surface, world.point, world.mesh, [world.curve], [world.closed] * 3, [world.surface],
-        [world.on_surface] * 3, {"u": 1}, {1, 2}, memoryview(b"abc"), "++", "u_min", "all",
+        (k for k in range(3)), lambda: 3, decimal.Decimal("0.5"), fractions.Fraction(1, 3),
+        Raising(), Lying(), Clearing(), int, np, world, world.curve, world.closed, world.surface,
+        world.part,
+        world.on_surface, world.point, world.mesh, [world.curve], [world.closed] * 3,
+        [world.surface], [world.on_surface] * 3, {"u": 1}, {1, 2}, memoryview(b"abc"), "++",
+        "u_min", "all",
     ]  # fmt: skip
 
 
@@ -188,7 +194,8 @@ def targets(world: World) -> Iterator[Tuple[str, Callable[..., Any]]]:
         elif inspect.isclass(thing) and thing in objects:
             for member in dir(thing):
                 raw = inspect.getattr_static(thing, member)
-                found = getattr(objects[thing], member, None) if callable(getattr(thing, member)) else None
+                is_method = callable(getattr(thing, member))
+                found = getattr(objects[thing], member) if is_method else None
                 if member.startswith("_") and member not in OPERATORS:
                     continue
                 if isinstance(raw, property) and raw.fset:
@@ -214,7 +221,9 @@ def parameters_of(function: Callable[..., Any]) -> Dict[str, inspect.Parameter]:
     return {name: p for name, p in found.items() if p.kind not in (p.VAR_POSITIONAL, p.VAR_KEYWORD)}
 
 
-def call_once(name: str, what: str, function: Callable[..., Any], arguments: Dict[str, Any]) -> None:
+def call_once(
+    name: str, what: str, function: Callable[..., Any], arguments: Dict[str, Any]
+) -> None:
     said = {key: type(value).__name__ for key, value in arguments.items()}
     print(f"{name}: {what}: {said}", file=sys.stderr, flush=True)
     start = time.monotonic()
@@ -234,7 +243,8 @@ def attack(world: World, seed: int, name: str, most: int) -> World:
     parameters = parameters_of(dict(targets(world))[name])
 
     def arguments() -> Dict[str, Any]:
-        given = {p: good(world, name, p) for p in parameters if parameters[p].default is inspect._empty}
+        needed = [what for what, p in parameters.items() if p.default is inspect.Parameter.empty]
+        given = {p: good(world, name, p) for p in needed}
         unknown = [p for p in given if given[p] is None]
         assert not unknown, f"{name} needs good values for {unknown}"
         return given
@@ -255,8 +265,8 @@ def attack(world: World, seed: int, name: str, most: int) -> World:
             call_once(name, f"{parameter} = {kind} ({k})", function, given)
             del function, given
             changed = world.curve.closed or "transform" in name or "replace" in name
-            ownerless = {field: held.ownerless for field, held in zip(morvel.live()._fields, morvel.live())}
-            assert not any(ownerless.values()), f"{name} left objects without owner: {ownerless}"
+            ownerless = [held.ownerless for held in morvel.live()]
+            assert not any(ownerless), f"{name} left objects without owner: {ownerless}"
             if not (changed or world.is_whole()):
                 raise AssertionError(f"{name} left {morvel.counts()} in place of {world.counts}")
     return World()

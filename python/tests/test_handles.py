@@ -278,8 +278,8 @@ class TestThreadsAndProcesses:
             child = os.fork()
             if child == 0:
                 ball.close()
-                good = morvel.counts().surfaces == 0 and Curve.line((0, 0, 0), (1, 0, 0)).length() == 1
-                os._exit(0 if good else 1)
+                length = Curve.line((0, 0, 0), (1, 0, 0)).length()
+                os._exit(0 if morvel.counts().surfaces == 0 and length == 1 else 1)
             busy.join()
             assert os.waitpid(child, 0)[1] == 0
             assert not ball.closed and ball((0.5, 0.5)).shape == (3,)
