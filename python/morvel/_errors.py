@@ -112,5 +112,5 @@ def error_for(function: str, code: int, text: str) -> MorvelError:
     return _USUAL.get(code, MorvelError)(function, code, text)
 
 
-for _kind in (MorvelError, ArgumentError, HandleError):
+for _kind in (MorvelError, ArgumentError, HandleError, Cancelled):
     _kind.__module__ = "morvel"  # where they are found, as tracebacks show them

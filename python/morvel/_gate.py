@@ -8,6 +8,7 @@ and deletions wait until no call is under way.
 
 from __future__ import annotations
 
+import atexit
 import os
 import threading
 from collections import deque
@@ -89,6 +90,10 @@ def _empty() -> None:
     finally:
         _depth -= 1
 
+
+# Where the process ends, the library frees what a daemon thread may be at work on: the turn is
+# waited for and kept. This runs after what other modules do at the end.
+atexit.register(_turn.acquire)
 
 # A child that is forked while another thread is in the kernel would wait for ever.
 os.register_at_fork(

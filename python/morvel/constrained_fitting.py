@@ -164,18 +164,18 @@ def fit_surface_constrained(
         interpolate: (k, 3) points on the surface.
         interpolate_uv: (k, 2), where; unless given, where they project to among the points, which
             then must not have `uv` of their own.
-        tangents: (m, 2) parameters and (m, 3) first derivatives in u and in v, either of which may be
-            None. Direction and length are met.
+        tangents: (m, 2) parameters and (m, 3) first derivatives in u and in v, either of which may
+            be None. Direction and length are met.
         tangent_weights: (m,), above 0; 1 unless given.
-        normals: (m, 2) parameters and (m, 3) normals. By contract of the kernel the derivatives become two
-            unit vectors perpendicular to each.
+        normals: (m, 2) parameters and (m, 3) normals. By contract of the kernel the derivatives
+            become two unit vectors perpendicular to each.
         neighbours: registered surfaces to continue: along a side of the fitted surface the same
             positions and derivatives as along a side of the neighbour (`Neighbour`).
         control_points: on each side; 0 for a count that follows from n.
         method: "plane", "principal axes", "convex hull" or "universal" for points in any order;
             "uniform", "chord length" or "centripetal" for a square grid, row by row.
-        regularization: lambda; 0 takes 1e-6. The share of the largest singular value that is added to
-            the diagonal. A smaller one follows the points more closely where they are many.
+        regularization: lambda; 0 takes 1e-6. The share of the largest singular value that is added
+            to the diagonal. A smaller one follows the points more closely where they are many.
     """
     near = arrays.points_or_none(points, "points")
     through = None if interpolate is None else arrays.points(interpolate, "interpolate")
@@ -198,7 +198,8 @@ def fit_surface_constrained(
         *(*two(degrees, "degrees"), *two(control_points, "control_points"), code, regularization),
     )
     try:
-        added = _add_normals(engine, normals), _add_neighbours(engine, arrays.members(neighbours, "neighbours"))
+        sides = arrays.members(neighbours, "neighbours")
+        added = _add_normals(engine, normals), _add_neighbours(engine, sides)
         if any(added):
             call("surface_engine3_apply_g1_constraints", engine)
         places = np.empty((count, PAIR)) if through_at is None else through_at
@@ -246,8 +247,8 @@ def join_surface(
         kind: which control points may move, as those of a "coons" patch, a "gordon" surface, an
             "n-sided" patch, or "all" of the first 10 x 10; or their numbers 0 to 3.
 
-    With n control points along the side about n / 2 samples can be met at level 1 and n / 3 at level
-    2, more where the two edges have the same shape already.
+    With n control points along the side about n / 2 samples can be met at level 1 and n / 3 at
+    level 2, more where the two edges have the same shape already.
 
     Returns:
         How many of the samples are met, and what is left: distance, angle in radians, curvature.

@@ -72,8 +72,8 @@ def _listed(curves: Iterable[BoundaryCurve]) -> List[BoundaryCurve]:
     held: List[Any] = listed(curves, (Curve, CurveOnSurface), "curves")
     for curve in held:
         if isinstance(curve, CurveOnSurface) and is_registered(Curve._kind, curve.handle):
-            text = f"a curve has the number of the curve on a surface {curve.handle}; clear() restarts"
-            raise ArgumentError("fill", BAD_ARGUMENT, text + " the numbers")
+            text = f"the number {curve.handle} of a curve on a surface is also a curve's"
+            raise ArgumentError("fill", BAD_ARGUMENT, text + "; clear() restarts the numbers")
     return held
 
 

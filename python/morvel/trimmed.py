@@ -9,7 +9,8 @@ from typing import Tuple
 import numpy as np
 
 from . import _arrays as arrays
-from ._arrays import ArrayLike, FloatArray, IntArray, address, choice, count_of, members, number, two, whole
+from ._arrays import ArrayLike, FloatArray, IntArray, address, choice, count_of, members, number
+from ._arrays import two, whole
 from ._batches import PAIR, items_of
 from ._errors import BAD_ARGUMENT, UNKNOWN_HANDLE, ArgumentError, HandleError
 from ._handles import checked, handles_of, listed
@@ -164,7 +165,7 @@ class TrimmedSurface(Surface):
     ) -> "TrimmedSurface":
         """The part over a rectangle; a direction without bounds stays open."""
         bounds = [
-            (0.0, 1.0) if given is None else two(given, what) for given, what in ((u, "u"), (v, "v"))
+            (0.0, 1.0) if side is None else two(side, what) for side, what in ((u, "u"), (v, "v"))
         ]
         flags = (int(u is not None), int(v is not None))
         name, on = "create_rectangular_trimmed_surface", checked(base, Surface, "base")
@@ -206,7 +207,8 @@ class TrimmedSurface(Surface):
         border = listed(outer, Curve, "outer")
         # The kernel reads no further than the number of holes times the size of the one it is at,
         # which is enough where the sizes rise.
-        rising = sorted((listed(hole, Curve, "a hole") for hole in members(holes, "holes")), key=len)
+        inside = [listed(hole, Curve, "a hole") for hole in members(holes, "holes")]
+        rising = sorted(inside, key=len)
         around = handles_of(border)
         inner = handles_of([curve for hole in rising for curve in hole])
         sizes = np.array([len(hole) for hole in rising], dtype=np.int32)
@@ -294,7 +296,7 @@ class TrimmedSurface(Surface):
 
     def mesh(self, nu: int = 20, nv: Optional[int] = None) -> Mesh:
         """The visible part over a grid of nu x nv vertices (2 to 2000), cut along the loops."""
-        counts = [whole(n, what, 2, MOST_ROWS) for n, what in ((nu, "nu"), (nu if nv is None else nv, "nv"))]
+        counts = whole(nu, "nu", 2, MOST_ROWS), whole(nu if nv is None else nv, "nv", 2, MOST_ROWS)
         name, too_small = "tessellate_trimmed_surface_visible_region", (-5, -6)
         vertex_count, index_count = arrays.int_out(), arrays.int_out()
         vertices, triangles = arrays.empty_points(1), np.empty((1, 3), dtype=np.int32)
@@ -338,7 +340,10 @@ def _without_projections(make: Callable[[], int]) -> TrimmedSurface:
 
 
 def _looped(base: Surface, loops: Any, tolerance: float) -> TrimmedSurface:
-    outer, holes = ([] if given is None else members(given, what) for given, what in zip(loops, ("outer", "holes")))
+    outer, holes = (
+        [] if given is None else members(given, what)
+        for given, what in zip(loops, ("outer", "holes"))
+    )
     if any(isinstance(curve, Curve) for curve in outer) or any(
         isinstance(curve, Curve) for hole in holes for curve in members(hole, "a hole")[:1]
     ):

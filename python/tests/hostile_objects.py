@@ -35,7 +35,7 @@ SECONDS_A_CALL = 20.0  # also under sanitizers on a busy machine
 SLOW, SHARE_SLOW = 0.004, 0.3  # where a good call takes so long, fewer are made
 SLOWER, SHARE_SLOWER = 0.04, 0.1
 FILES = {"path", "file", "filename", "target", "stream"}  # what is written is tested elsewhere
-PASSED_OVER = {"clear", "delete_all", "print_lines", "version", "set_progress_callback"}
+PASSED_OVER = {"clear", "delete_all", "plot", "print_lines", "version"}
 OPERATORS = ("__call__", "__add__", "__sub__")
 
 
@@ -144,7 +144,8 @@ def good(world: World, owner: str, name: str) -> Any:
         "through": [(0.0, 0.0, 0.0), (1.0, 1.0, 0.0)], "tolerance": 0.01, "triangles": [[0, 1, 2]],
         "u": 0.4, "u0": 0.2, "u1": 0.7, "u_vector": (1, 0, 0), "uv": [(0.2, 0.3), (0.5, 0.6)],
         "v": 0.6, "v_vector": (0, 1, 0), "vertices": np.eye(3), "weights": [1, 2, 1, 1],
-        "xyz": (0.3, 0.4, 0.5), "side_length": 1.0, "text": "text", "values": xyz,
+        "xyz": (0.3, 0.4, 0.5), "side_length": 1.0, "text": "text",
+        "objects": [world.curve], "values": xyz, "function": print,
     }  # fmt: skip
     if owner in ("Curve.arc", "Curve.ellipse", "Surface.revolve") and name in ("start", "end"):
         return {"start": 0.1, "end": 1.0}[name]

@@ -293,12 +293,14 @@ class TestThreadsAndProcesses:
             "raise KeyboardInterrupt",
             "threading.Thread(target=lambda: [morvel.Point.at((k, 0, 0)) for k in range(10**6)],"
             " daemon=True).start(); time.sleep(0.05)",
+            "points = numpy.random.default_rng(1).random((400000, 3)); threading.Thread("
+            "target=morvel.fit_surface, args=(points,), daemon=True).start(); time.sleep(0.02)",
             "morvel.log_to(); gc.disable(); cycle = [curve]; cycle.append(cycle)",
         ],
     )
     def test_a_process_ends_well_with_open_objects(self, ending):
         program = (
-            "import gc, logging, os, sys, threading, time, morvel\n"
+            "import gc, logging, os, sys, threading, time, morvel, numpy\n"
             "functions = morvel._library.functions; functions['mute_log']()\n"
             "curve = morvel.Curve.circle((0, 0, 0), 1.0); part = morvel.Surface.pipe(curve, 0.1)\n"
             f"{ending}"

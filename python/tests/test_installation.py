@@ -37,7 +37,8 @@ def test_pip_installs_what_works_and_knows_the_version_of_the_project(tmp_path):
     program = (
         "import importlib.metadata as m, morvel\n"
         "assert m.version('morvel') == morvel.__version__\n"
-        "print(morvel.__version__, morvel.__file__, morvel.Curve.line((0, 0, 0), (3, 4, 0)).length())"
+        "line = morvel.Curve.line((0, 0, 0), (3, 4, 0))\n"
+        "print(morvel.__version__, morvel.__file__, line.length())"
     )
     found = subprocess.run(
         [sys.executable, "-c", program],
