@@ -91,9 +91,9 @@ class progress:  # a function in all but name
     curves, meshes a visible part or converts to spline form tells 0 at its start, then about every
     percent or every 20 ms, and 1 at its end. Some functions of this package make two such calls.
 
-    The function gets the fraction and the kernel's name for the step ("assembling"). It returns None
-    or False to go on and True to cancel: the call then raises `Cancelled` and stores nothing. An
-    exception that it raises cancels, too, and comes out of the call; so does Ctrl-C, which the
+    The function gets the fraction and the kernel's name for the step ("assembling"). It returns
+    None or False to go on and True to cancel: the call then raises `Cancelled` and stores nothing.
+    An exception that it raises cancels, too, and comes out of the call; so does Ctrl-C, which the
     kernel notices at its next report. It must not call the kernel: that raises RuntimeError.
 
     Blocks may lie inside each other; the innermost function is told. One thread at a time.
@@ -152,9 +152,9 @@ class ProgressBar:
 
         [#############-----------------]  43 %  assembling
 
-    which is gone when the call has ended; that of a call that was stopped or failed stays. Elsewhere
-    it prints nothing, or with `lines` one line whenever the stage changes. Kernel lines that go to
-    the same terminal would break the bar: `quiet()` keeps them away.
+    which is gone when the call has ended; that of a call that was stopped or failed stays.
+    Elsewhere it prints nothing, or with `lines` one line whenever the stage changes. Kernel lines
+    that go to the same terminal would break the bar: `quiet()` keeps them away.
 
         >>> bar = morvel.ProgressBar(sys.stdout, lines=True)
         >>> with morvel.quiet(), morvel.progress(bar):
