@@ -68,6 +68,20 @@ CircleCurve::CircleCurve(const Point3D& center, const Vector3D& normal, const Ve
     throw std::invalid_argument("Circle must have a finite normal, start axis and radius");
 }
 
+CircleCurve::CircleCurve(foundation::AsStored, const Point3D& center, const Vector3D& normal,
+                         const Vector3D& startAxis, const Vector3D& secondAxis, double radius,
+                         double startAngle, double endAngle)
+    : CircleCurve(center, normal, startAxis, radius, startAngle, endAngle) {
+  const Vector3D unit = normal.normalized();
+  const double leaning = std::abs(startAxis.dot(unit));
+  const double apart = (secondAxis - unit.cross(startAxis)).magnitude();
+  foundation::requireUnitOrZero(startAxis, "Start axis of a circle");
+  if (!(std::max(leaning, apart) <= foundation::kStoredDirectionTolerance))
+    throw std::invalid_argument("Axes of a circle must be perpendicular to its normal");
+  startAxis_ = startAxis;
+  secondAxis_ = secondAxis;
+}
+
 bool CircleCurve::isFullCircle() const {
   return std::abs(endAngle_ - startAngle_ - kFullTurn) < kFullCircleTolerance;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "morvel/curves/analytic_curve.h"
+#include "morvel/foundation/as_stored.h"
 
 namespace trova::geometry {
 
@@ -23,6 +24,11 @@ class MORVEL_API CircleCurve : public AnalyticCurve {
   /// U is the part of `startAxis` perpendicular to the normal; where none is left, as above.
   CircleCurve(const Point3D& center, const Vector3D& normal, const Vector3D& startAxis,
               double radius, double startAngle = 0.0, double endAngle = kFullTurn);
+  /// With both axes as another circle has them.
+  /// @throws std::invalid_argument also where they are not the axes of such a circle
+  CircleCurve(foundation::AsStored, const Point3D& center, const Vector3D& normal,
+              const Vector3D& startAxis, const Vector3D& secondAxis, double radius,
+              double startAngle, double endAngle);
 
   const Point3D& getCenter() const { return center_; }
   using AnalyticCurve::getNormal;

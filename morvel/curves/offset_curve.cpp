@@ -74,6 +74,12 @@ OffsetCurve::OffsetCurve(std::shared_ptr<const Curve> base, double distance,
   internal::requireOffsetDistance(distance);
 }
 
+OffsetCurve::OffsetCurve(foundation::AsStored, std::shared_ptr<const Curve> base, double distance,
+                         const Vector3D& unitNormal)
+    : OffsetCurve(std::move(base), distance, unitNormal) {
+  planeNormal_ = foundation::requireUnit(unitNormal, "Plane normal of an offset");
+}
+
 std::unique_ptr<Curve> OffsetCurve::clone() const { return std::make_unique<OffsetCurve>(*this); }
 
 bool OffsetCurve::isValid() const {

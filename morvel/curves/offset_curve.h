@@ -1,6 +1,7 @@
 #pragma once
 
 #include "morvel/curves/curve.h"
+#include "morvel/foundation/as_stored.h"
 
 namespace trova::geometry {
 
@@ -16,6 +17,9 @@ class MORVEL_API OffsetCurve : public Curve {
   /// shorter
   ///         than 1e-4
   OffsetCurve(std::shared_ptr<const Curve> base, double distance, const Vector3D& planeNormal);
+  /// With the unit normal of another offset. @throws also where it is none
+  OffsetCurve(foundation::AsStored, std::shared_ptr<const Curve> base, double distance,
+              const Vector3D& unitNormal);
 
   const std::shared_ptr<const Curve>& getBaseCurve() const { return base_; }
   double getDistance() const { return distance_; }

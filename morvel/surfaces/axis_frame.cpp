@@ -6,6 +6,7 @@
 #include <stdexcept>
 #include <string>
 
+#include "morvel/foundation/as_stored.h"
 #include "morvel/surfaces/bspline_surface.h"
 
 namespace trova::geometry {
@@ -59,6 +60,17 @@ double requireFinite(double value, const char* what) {
 const Point3D& requireFinite(const Point3D& point, const char* what) {
   if (!point.isFinite()) refuse(what, " must be finite");
   return point;
+}
+
+const AxisFrame& requireFrame(const AxisFrame& frame) {
+  requireFinite(frame.origin, "Origin of a frame");
+  for (const Vector3D* axis : {&frame.x, &frame.y, &frame.z})
+    foundation::requireUnit(*axis, "Axis of a frame");
+  const double leaning = std::max({std::abs(frame.x.dot(frame.y)), std::abs(frame.y.dot(frame.z)),
+                                   std::abs(frame.z.dot(frame.x))});
+  if (!(leaning <= foundation::kStoredDirectionTolerance))
+    throw std::invalid_argument("Axes of a frame must be perpendicular");
+  return frame;
 }
 
 AxisFrame AxisFrame::aboutAxis(const Point3D& origin, const Vector3D& axis) {

@@ -37,6 +37,10 @@ MORVEL_API double requireFinite(double value, const char* what);
 MORVEL_API const Point3D& requireFinite(const Point3D& point, const char* what);
 
 using foundation::requireFinite;
+/// The frame itself.
+/// @throws std::invalid_argument unless the origin is finite and the axes are perpendicular unit
+/// vectors
+MORVEL_API const AxisFrame& requireFrame(const AxisFrame& frame);
 /// The factor by which the matrix scales all lengths.
 /// @throws std::invalid_argument "Transform is not a similarity"
 MORVEL_API double requireSimilarity(const Transform3D& matrix);

@@ -16,7 +16,10 @@ constexpr int kCountAlong = 4;
 
 ConeSurface::ConeSurface(const Point3D& baseCenter, const Vector3D& axis, double baseRadius,
                          double height)
-    : RoundSurface(AxisFrame::aboutAxis(baseCenter, axis)),
+    : ConeSurface(AxisFrame::aboutAxis(baseCenter, axis), baseRadius, height) {}
+
+ConeSurface::ConeSurface(const AxisFrame& frame, double baseRadius, double height)
+    : RoundSurface(requireFrame(frame)),
       baseRadius_(requireFinite(baseRadius, "Cone base radius")),
       height_(requireFinite(height, "Cone height")) {}
 

@@ -11,6 +11,8 @@ class MORVEL_API ConeSurface : public RoundSurface<ConeSurface> {
   /// Sizes that are not above 0 make a surface that is not valid.
   /// @throws std::invalid_argument for numbers that are not finite or an axis of length zero
   ConeSurface(const Point3D& baseCenter, const Vector3D& axis, double baseRadius, double height);
+  /// About the z axis of a frame. @throws as `requireFrame`, and for sizes that are not finite
+  ConeSurface(const AxisFrame& frame, double baseRadius, double height);
 
   // The members describe the whole cone, whatever part of it a trim has left.
   const Point3D& getBaseCenter() const { return getFrame().origin; }

@@ -16,7 +16,10 @@ constexpr int kCountAlong = 4;
 
 CylinderSurface::CylinderSurface(const Point3D& baseCenter, const Vector3D& axis, double radius,
                                  double height)
-    : RoundSurface(AxisFrame::aboutAxis(baseCenter, axis)),
+    : CylinderSurface(AxisFrame::aboutAxis(baseCenter, axis), radius, height) {}
+
+CylinderSurface::CylinderSurface(const AxisFrame& frame, double radius, double height)
+    : RoundSurface(requireFrame(frame)),
       radius_(requireFinite(radius, "Cylinder radius")),
       height_(requireFinite(height, "Cylinder height")) {}
 

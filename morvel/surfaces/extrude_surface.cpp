@@ -16,6 +16,12 @@ ExtrudeSurface::ExtrudeSurface(const std::shared_ptr<const Curve>& profile,
       direction_(requireDirection(direction, "Extrude direction")),
       distance_(requireFinite(distance, "Extrude distance")) {}
 
+ExtrudeSurface::ExtrudeSurface(foundation::AsStored, const std::shared_ptr<const Curve>& profile,
+                               const Vector3D& unitDirection, double distance)
+    : ExtrudeSurface(profile, unitDirection, distance) {
+  direction_ = foundation::requireUnit(unitDirection, "Extrude direction");
+}
+
 Point3D ExtrudeSurface::localPoint(double s, double t) const {
   return profile_.point(s) + direction_ * (distance_ * t);
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "morvel/foundation/as_stored.h"
 #include "morvel/surfaces/placed_surface.h"
 #include "morvel/surfaces/unit_curve.h"
 
@@ -15,6 +16,9 @@ class MORVEL_API ExtrudeSurface : public PlacedSurface<ExtrudeSurface> {
   ///         length zero
   ExtrudeSurface(const std::shared_ptr<const Curve>& profile, const Vector3D& direction,
                  double distance);
+  /// With the unit direction of another such surface. @throws also where it is none
+  ExtrudeSurface(foundation::AsStored, const std::shared_ptr<const Curve>& profile,
+                 const Vector3D& unitDirection, double distance);
 
   const Curve& getProfile() const { return profile_.curve(); }
   const Vector3D& getDirection() const { return direction_; }  ///< unit vector

@@ -25,6 +25,15 @@ bool ParameterStretch::isFull() const {
   return std::min(from, to) == 0.0 && std::max(from, to) == 1.0;
 }
 
+ParameterWindow::ParameterWindow(const ParameterStretch& s, const ParameterStretch& t,
+                                 bool isTransposed)
+    : s_(s), t_(t), transposed_(isTransposed) {
+  for (const double end : {s.from, s.to, t.from, t.to}) {
+    if (!(0.0 <= end && end <= 1.0))
+      throw std::invalid_argument("Parameter window must lie in [0, 1]");
+  }
+}
+
 NaturalParameters ParameterWindow::natural(double u, double v) const {
   const double a = std::clamp(u, 0.0, 1.0);
   const double b = std::clamp(v, 0.0, 1.0);

@@ -29,6 +29,10 @@ struct MORVEL_API NaturalParameters {
 /// The part of the natural square that a surface covers, and which of its parameters runs along s.
 class MORVEL_API ParameterWindow {
  public:
+  ParameterWindow() = default;
+  /// @throws std::invalid_argument where a stretch leaves [0, 1]
+  ParameterWindow(const ParameterStretch& s, const ParameterStretch& t, bool isTransposed);
+
   /// u and v are clamped to [0, 1] first; NaN stays NaN.
   NaturalParameters natural(double u, double v) const;
   /// Turns derivatives by (s, t) into derivatives by (u, v), and fills in the unit normal.

@@ -1,5 +1,7 @@
 #include "morvel/surfaces/placed_surface.h"
 
+#include <stdexcept>
+
 namespace trova::geometry {
 
 Transform3D composedPlacement(const Transform3D& matrix, const Transform3D& placement) {
@@ -7,6 +9,13 @@ Transform3D composedPlacement(const Transform3D& matrix, const Transform3D& plac
   Eigen::Matrix4d composed = matrix.getMatrix() * placement.getMatrix();
   composed.row(3) = Eigen::RowVector4d(0.0, 0.0, 0.0, 1.0);  // transforms are affine
   return Transform3D(composed);
+}
+
+const Transform3D& requireAffine(const Transform3D& matrix) {
+  requireFinite(matrix);
+  if (matrix(3, 0) != 0.0 || matrix(3, 1) != 0.0 || matrix(3, 2) != 0.0 || matrix(3, 3) != 1.0)
+    throw std::invalid_argument("Placement must have the last row 0 0 0 1");
+  return matrix;
 }
 
 BoundingBox placedBox(const Transform3D& placement, const BoundingBox& box) {

@@ -9,6 +9,9 @@ namespace trova::geometry {
 
 /// `matrix` after `placement`. @throws std::invalid_argument for a matrix that is not finite
 MORVEL_API Transform3D composedPlacement(const Transform3D& matrix, const Transform3D& placement);
+/// The matrix itself.
+/// @throws std::invalid_argument where it is not finite or its last row is not 0 0 0 1
+MORVEL_API const Transform3D& requireAffine(const Transform3D& matrix);
 /// The box of the image of a box.
 MORVEL_API BoundingBox placedBox(const Transform3D& placement, const BoundingBox& box);
 /// Moves the point and the derivatives up to `order`; the normal is left alone.
@@ -44,6 +47,9 @@ class MORVEL_API PlacedSurface : public WindowedSurface<Derived, Surface> {
   /// What moves the construction to its place; curves and directions of the construction are handed
   /// out as they were given, without it.
   const Transform3D& getPlacement() const { return placement_; }
+  /// Takes the matrix bit for bit.
+  /// @throws std::invalid_argument for one that is not finite, or whose last row is not 0 0 0 1
+  void setPlacement(const Transform3D& placement) { placement_ = requireAffine(placement); }
 
  private:
   friend class WindowedSurface<Derived, Surface>;

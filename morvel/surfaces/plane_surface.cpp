@@ -29,6 +29,13 @@ PlaneSurface::PlaneSurface(const Point3D& origin, const Vector3D& uDirection,
     throw std::invalid_argument("Plane directions must be finite");
 }
 
+PlaneSurface::PlaneSurface(foundation::AsStored, const Point3D& origin, const Vector3D& uDirection,
+                           const Vector3D& vDirection, double uExtent, double vExtent)
+    : PlaneSurface(origin, uDirection, vDirection, uExtent, vExtent) {
+  uDirection_ = foundation::requireUnitOrZero(uDirection, "Direction of a plane");
+  vDirection_ = foundation::requireUnitOrZero(vDirection, "Direction of a plane");
+}
+
 bool PlaneSurface::isValid() const {
   return uExtent_ > 0.0 && vExtent_ > 0.0 && uDirection_.cross(vDirection_).magnitude() > kMinAngle;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "morvel/foundation/as_stored.h"
 #include "morvel/surfaces/analytic_surface.h"
 #include "morvel/surfaces/windowed_surface.h"
 
@@ -13,6 +14,10 @@ class MORVEL_API PlaneSurface : public WindowedSurface<PlaneSurface, AnalyticSur
   /// @throws std::invalid_argument for numbers that are not finite
   PlaneSurface(const Point3D& origin, const Vector3D& uDirection, const Vector3D& vDirection,
                double uExtent, double vExtent);
+  /// With the directions of another plane. @throws also where they are neither unit vectors nor
+  /// zero
+  PlaneSurface(foundation::AsStored, const Point3D& origin, const Vector3D& uDirection,
+               const Vector3D& vDirection, double uExtent, double vExtent);
 
   // The members describe the whole plane, whatever part of it a trim has left.
   const Point3D& getOrigin() const { return origin_; }

@@ -29,6 +29,13 @@ RevolveSurface::RevolveSurface(const std::shared_ptr<const Curve>& profile,
       startAngle_(requireFinite(startAngle, "Revolve angle")),
       endAngle_(requireFinite(endAngle, "Revolve angle")) {}
 
+RevolveSurface::RevolveSurface(foundation::AsStored, const std::shared_ptr<const Curve>& profile,
+                               const Point3D& axisPoint, const Vector3D& unitAxis,
+                               double startAngle, double endAngle)
+    : RevolveSurface(profile, axisPoint, unitAxis, startAngle, endAngle) {
+  axis_ = foundation::requireUnit(unitAxis, "Revolve axis");
+}
+
 bool RevolveSurface::isFullTurn() const {
   return std::abs(endAngle_ - startAngle_ - kTurn) < kFullTurnTolerance;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "morvel/foundation/as_stored.h"
 #include "morvel/surfaces/placed_surface.h"
 #include "morvel/surfaces/unit_curve.h"
 
@@ -15,6 +16,10 @@ class MORVEL_API RevolveSurface : public PlacedSurface<RevolveSurface> {
   ///         length zero
   RevolveSurface(const std::shared_ptr<const Curve>& profile, const Point3D& axisPoint,
                  const Vector3D& axisDirection, double startAngle, double endAngle);
+  /// With the unit axis of another such surface. @throws also where it is none
+  RevolveSurface(foundation::AsStored, const std::shared_ptr<const Curve>& profile,
+                 const Point3D& axisPoint, const Vector3D& unitAxis, double startAngle,
+                 double endAngle);
 
   const Curve& getProfile() const { return profile_.curve(); }
   const Point3D& getAxisPoint() const { return axisPoint_; }

@@ -17,8 +17,10 @@ double latitudeTurns(double t) { return 0.5 * (t - 0.5); }
 }  // namespace
 
 SphereSurface::SphereSurface(const Point3D& center, double radius, const Vector3D& axis)
-    : RoundSurface(AxisFrame::aboutAxis(center, axis)),
-      radius_(requireFinite(radius, "Sphere radius")) {}
+    : SphereSurface(AxisFrame::aboutAxis(center, axis), radius) {}
+
+SphereSurface::SphereSurface(const AxisFrame& frame, double radius)
+    : RoundSurface(requireFrame(frame)), radius_(requireFinite(radius, "Sphere radius")) {}
 
 bool SphereSurface::isClosed() const {
   return parameterWindow().s().isFull() && parameterWindow().t().isFull();

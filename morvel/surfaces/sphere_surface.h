@@ -11,6 +11,8 @@ class MORVEL_API SphereSurface : public RoundSurface<SphereSurface> {
   /// A radius that is not above 0 makes a surface that is not valid.
   /// @throws std::invalid_argument for numbers that are not finite or an axis of length zero
   SphereSurface(const Point3D& center, double radius, const Vector3D& axis = Vector3D::unitZ());
+  /// About the z axis of a frame. @throws as `requireFrame`, and for sizes that are not finite
+  SphereSurface(const AxisFrame& frame, double radius);
 
   const Point3D& getCenter() const { return getFrame().origin; }
   double getRadius() const { return radius_; }

@@ -15,7 +15,10 @@ constexpr int kCountAround = 32;
 
 TorusSurface::TorusSurface(const Point3D& center, const Vector3D& axis, double majorRadius,
                            double minorRadius)
-    : RoundSurface(AxisFrame::aboutAxis(center, axis)),
+    : TorusSurface(AxisFrame::aboutAxis(center, axis), majorRadius, minorRadius) {}
+
+TorusSurface::TorusSurface(const AxisFrame& frame, double majorRadius, double minorRadius)
+    : RoundSurface(requireFrame(frame)),
       majorRadius_(requireFinite(majorRadius, "Torus major radius")),
       minorRadius_(requireFinite(minorRadius, "Torus minor radius")) {}
 

@@ -12,6 +12,8 @@ class MORVEL_API TorusSurface : public RoundSurface<TorusSurface> {
   /// Radii that are not above 0 make a surface that is not valid.
   /// @throws std::invalid_argument for numbers that are not finite or an axis of length zero
   TorusSurface(const Point3D& center, const Vector3D& axis, double majorRadius, double minorRadius);
+  /// About the z axis of a frame. @throws as `requireFrame`, and for sizes that are not finite
+  TorusSurface(const AxisFrame& frame, double majorRadius, double minorRadius);
 
   const Point3D& getCenter() const { return getFrame().origin; }
   double getMajorRadius() const { return majorRadius_; }

@@ -61,6 +61,7 @@ class MORVEL_API WindowedSurface : public Base {
   }
 
   const ParameterWindow& parameterWindow() const { return window_; }
+  void setParameterWindow(const ParameterWindow& window) { window_ = window; }
 
  protected:
   const Derived& self() const { return static_cast<const Derived&>(*this); }

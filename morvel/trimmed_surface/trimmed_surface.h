@@ -62,6 +62,8 @@ class MORVEL_API TrimmedSurface : public Surface {
   void addInnerLoop(const TrimLoop& loop);
   void addMultipleInnerLoops(const std::vector<TrimLoop>& loops);
   void clearTrimLoops();
+  /// Replaces the loops by others that are taken as they are, in role and direction.
+  void setTrimLoops(std::vector<TrimLoop> loops);
   const std::vector<TrimLoop>& getTrimLoops() const { return trimLoops; }
   /// @throws std::out_of_range "Trim loop index out of range"
   const TrimLoop& getTrimLoop(std::size_t index) const;

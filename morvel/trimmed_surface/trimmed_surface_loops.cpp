@@ -4,6 +4,7 @@
 #include <cmath>
 #include <limits>
 #include <stdexcept>
+#include <utility>
 
 #include "morvel/trimmed_surface/internal/polygon_winding.h"
 #include "morvel/trimmed_surface/internal/sampled_loop.h"
@@ -35,6 +36,11 @@ void TrimmedSurface::addMultipleInnerLoops(const std::vector<TrimLoop>& loops) {
 
 void TrimmedSurface::clearTrimLoops() {
   trimLoops.clear();
+  invalidateCache();
+}
+
+void TrimmedSurface::setTrimLoops(std::vector<TrimLoop> loops) {
+  trimLoops = std::move(loops);
   invalidateCache();
 }
 
