@@ -12,6 +12,7 @@
 #include "morvel/api/c/curve_fitting.h"
 #include "morvel/api/c/curve_on_surface.h"
 #include "morvel/api/c/foundation.h"
+#include "morvel/api/c/geometry_records.h"
 #include "morvel/api/c/kernel_surface.h"
 #include "morvel/api/c/log.h"
 #include "morvel/api/c/nsided_rbf.h"

@@ -6,6 +6,7 @@
 #include "morvel/morvel.h"
 
 #include "morvel/foundation/affine_maps.h"
+#include "morvel/foundation/as_stored.h"
 #include "morvel/foundation/basis_function_cache.h"
 #include "morvel/foundation/bernstein.h"
 #include "morvel/foundation/bounding_box.h"
@@ -118,6 +119,9 @@
 #include "morvel/nsided/nsided_parameters.h"
 #include "morvel/nsided/rbf_nsided_patch.h"
 #include "morvel/nsided/rbf_thin_plate_spline.h"
+
+#include "morvel/files/file_error.h"
+#include "morvel/files/geometry_records.h"
 
 #include "morvel/api/kernel_object.h"
 #include "morvel/api/last_error.h"

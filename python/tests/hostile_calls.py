@@ -5,15 +5,17 @@ call is announced on standard error before it is made; the last line names the g
 
 What must hold after each call: it came back within the time limit; no byte around a buffer changed,
 nor any byte of an input; a failure left the numbers of curves, surfaces and points as they were; a
-success wrote no NaN and no infinity.
+success wrote no NaN and no infinity. Files are written in a temporary folder only.
 """
 
 from __future__ import annotations
 
 import ctypes
 import math
+import os
 import random
 import sys
+import tempfile
 import time
 from typing import Any, Dict, List, Optional
 
@@ -38,6 +40,8 @@ PROJECTING = ("project_", "projection_preview", "wire")
 RECORD = "MorvelSurfaceData*"
 VALIDATION = "MorvelNSidedValidation*"
 OPTIONS = "const MorvelTrimOptions*"
+PATHS = [b"all.json", b"all.json", b"new.json", b"", b".", b"missing/f", b"/dev/full", b"/dev/zero", b"n" * 300]
+TEXT = "const char*"
 SIZES = "LoopSizes"  # arrays whose numbers are the lengths of what follows: these are never lies
 CALLBACKS = {
     "MorvelLogCallback": [NO_CALLBACK, LogCallback(lambda _level, _line, _user: None)],
@@ -88,7 +92,9 @@ class World:
         f = functions
         for clear in ("clear_all_curves", "cleanup_all_surfaces", "clear_all_points"):
             f[clear]()
-        for handle in self.handles.get("curveonsurface", []):
+        on_surfaces = (ctypes.c_int * max(1, f["get_curve_on_surface_count"]()))()
+        f["get_all_curves_on_surfaces"](on_surfaces, len(on_surfaces))
+        for handle in on_surfaces:
             f["delete_curve_on_surface"](handle)
         f["initialize_kernel"]()
         f["cleanup_surface_engine1"]()
@@ -149,6 +155,19 @@ class World:
             "id": kernel,
             "engine": engines,
         }
+        self.records = [self.record(surface) for surface in surfaces]
+        assert f["write_geometry_json"](b"all.json", None) == 0
+
+    def record(self, surface: int) -> bytes:
+        buffer = ctypes.create_string_buffer(65536)
+        assert functions["surface_to_json"](surface, buffer, 65536, None) == 0
+        return buffer.value
+
+    def text(self, length: int) -> bytes:
+        """A record, whole or cut, or with a wrong byte."""
+        record = next((r for r in self.records if len(r) == length), self.records[0])
+        at = self.random.randrange(len(record))
+        return self.random.choice([record, record[:at] + b"\xff" + record[at + 1 :]])
 
     def counts(self) -> List[int]:
         names = ("get_curve_count", "get_surfaces_count", "get_kernel_surface_count")
@@ -158,6 +177,8 @@ class World:
         return self.counts()[:2] == [len(self.handles[kind]) for kind in ("curve", "surface")]
 
     def whole_number(self, name: str) -> int:
+        if name == "length" and self.random.random() < 0.5:
+            return len(self.random.choice(self.records))
         for kind, live in self.handles.items():
             if kind in name.lower() and self.random.random() < 0.7:
                 return self.random.choice(live)
@@ -182,6 +203,9 @@ class World:
                 values.sort()
             for i in range(buffer.elements):
                 buffer.view[i] = values[i % len(values)]
+        elif buffer.kind is ctypes.c_char:
+            text = self.text(buffer.elements)
+            ctypes.memmove(buffer.address, text, min(len(text), buffer.elements))
         elif SIZES.lower() in name.lower():
             for i in range(buffer.elements):
                 buffer.view[i] = self.random.randint(0, 3)
@@ -220,17 +244,23 @@ def pointer(
     return buffer
 
 
+def address_of(buffer: Optional[Buffer], c_type: str) -> Any:
+    if buffer is None:
+        return None
+    return ctypes.c_char_p(buffer.address) if c_type == TEXT else buffer.address
+
+
 def call_once(world: World, name: str) -> None:
     result_type, parameters, _ = SIGNATURES[name]
     tame = world.random.choice([0.0, 0.9, 1.0])
     values: Dict[str, Any] = {}
-    for c_type, parameter, _ in parameters:
+    for c_type, parameter, extent in parameters:
         if c_type == "int":
             values[parameter] = world.whole_number(parameter)
         elif c_type == "double":
             values[parameter] = world.number(tame)
-        elif c_type == "const char*":
-            values[parameter] = world.random.choice(TEXTS)
+        elif c_type == TEXT and extent is None:
+            values[parameter] = world.random.choice(PATHS if parameter == "path" else TEXTS)
         elif c_type in CALLBACKS:
             values[parameter] = world.random.choice(CALLBACKS[c_type])
         elif c_type == OPTIONS:
@@ -248,8 +278,9 @@ def call_once(world: World, name: str) -> None:
             most = MOST_SEARCHED if is_searching else INT_MAX if has_room else MOST_ELEMENTS
             most = MOST_PROJECTED if is_projecting and is_input else most
             buffers[parameter] = pointer(world, c_type, parameter, claimed, most, tame)
-    addresses = {p: buffer.address if buffer else None for p, buffer in buffers.items()}
-    arguments = [values[p] if p in values else addresses[p] for _, p, _ in parameters]
+    arguments = [
+        values[p] if p in values else address_of(buffers[p], c_type) for c_type, p, _ in parameters
+    ]
     print(name, arguments, file=sys.stderr, flush=True)
     before, start = world.counts(), time.monotonic()
     result = functions[name](*arguments)
@@ -269,12 +300,16 @@ def call_once(world: World, name: str) -> None:
 
 def main() -> int:
     seed, rounds = int(sys.argv[1]), int(sys.argv[2])
+    folder = tempfile.TemporaryDirectory()
+    os.chdir(folder.name)
     world = World(seed)
     for name in SIGNATURES:
         for _ in range(rounds):
             call_once(world, name)
             if not world.is_whole():
                 world.build()
+    os.chdir("/")
+    folder.cleanup()
     print(f"{len(SIGNATURES)} functions, {rounds} calls each")
     return 0
 
