@@ -81,6 +81,7 @@ from .projection import (
     projection_preview,
     projection_report,
 )
+from .records import Loaded, dump, load
 from .surface import Surface
 from .surface_fitting import (
     FitReport,
@@ -112,6 +113,7 @@ __all__ = [
     "Held",
     "Intersection",
     "KernelSession",
+    "Loaded",
     "Loop",
     "LoopReport",
     "Mesh",
@@ -133,6 +135,7 @@ __all__ = [
     "clear",
     "contact_points",
     "counts",
+    "dump",
     "fill",
     "fill_preview",
     "fit_curve",
@@ -146,6 +149,7 @@ __all__ = [
     "intersect",
     "join_surface",
     "live",
+    "load",
     "log_to",
     "movable_control_points",
     "print_lines",

@@ -8,21 +8,26 @@ and letting it go deletes nothing. No two Python objects stand for one handle.
 
 from __future__ import annotations
 
+import ctypes
 import weakref
-from typing import Any, ClassVar, Dict, Iterable, List, Tuple, Type, TypeVar, Union
+from typing import Any, Callable, ClassVar, Dict, Iterable, List, Tuple, Type, TypeVar, Union
 
 import numpy as np
 
 from ._arrays import IntArray, int_out, whole
-from ._errors import BAD_ARGUMENT, UNKNOWN_HANDLE, ArgumentError, HandleError
+from ._errors import BAD_ARGUMENT, TOO_SMALL, UNKNOWN_HANDLE, ArgumentError, HandleError
 from ._gate import between_calls
-from ._library import Handled, call, functions, is_registered, raw
+from ._library import Handled, call, failure, functions, is_registered, raw
 
 Self = TypeVar("Self", bound="Registered")
 Kind = TypeVar("Kind", bound="Registered")
 
 #: A generation of a registry, and how often `disown` ran, which restarts no numbering.
 Since = Tuple[int, int]
+
+#: The kinds in the names of the functions that write and read records.
+_RECORDS = ("curve", "surface", "point", "curve_on_surface")
+USUAL_RECORD = 1 << 14  # bytes; where there are more they are asked for again
 
 _disowned: Dict[int, int] = {}
 _owned: Dict[int, Dict[int, Since]] = {}  # by kind: the handles that Python objects stand for
@@ -92,6 +97,44 @@ class Registered(Handled):
         object stands for it.
         """
         return cls(handle)
+
+    def to_json(self) -> str:
+        """The object and what it is built on as a JSON document, exact to the last bit.
+
+        MorvelError where a number is not finite.
+        """
+        name = f"{_RECORDS[self._kind]}_to_json"
+        room, needed = USUAL_RECORD, int_out()
+        for _ in range(2):  # the first time tells the size
+            buffer = ctypes.create_string_buffer(room)
+            result = functions[name](self, buffer, room, needed)
+            if result != TOO_SMALL:
+                break
+            room = needed[0]
+        if result < 0:
+            raise failure(name, int(result), (self,))
+        return buffer.value.decode("utf-8")
+
+    @classmethod
+    def from_json(cls: Type[Self], text: "Union[str, bytes]") -> Self:
+        """A new object from a document that `to_json` wrote; ArgumentError for another text.
+
+        What the object is built on comes with it, without a handle of its own.
+        """
+        if not isinstance(text, (str, bytes)):
+            raise TypeError(f"the text must be a str or bytes, not {type(text).__name__}")
+        encoded = text.encode("utf-8") if isinstance(text, str) else text
+        handle = call(f"create_{_RECORDS[cls._kind]}_from_json", encoded, len(encoded))
+        try:
+            return cls.adopt(handle)
+        except HandleError:
+            functions[cls._deleter](handle)
+            fault = f"the document holds no {cls.__name__}"
+            raise ArgumentError("from_json", BAD_ARGUMENT, fault) from None
+
+    def __reduce__(self) -> "Tuple[Callable[..., Any], Tuple[str]]":
+        """Copies and pickles are new objects of the same record."""
+        return type(self).from_json, (self.to_json(),)
 
     @classmethod
     def handles(cls) -> List[int]:
