@@ -15,6 +15,7 @@
 #include "morvel/api/c/geometry_records.h"
 #include "morvel/api/c/kernel_surface.h"
 #include "morvel/api/c/log.h"
+#include "morvel/api/c/mesh_files.h"
 #include "morvel/api/c/nsided_rbf.h"
 #include "morvel/api/c/progress.h"
 #include "morvel/api/c/projection.h"

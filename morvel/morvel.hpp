@@ -122,6 +122,9 @@
 
 #include "morvel/files/file_error.h"
 #include "morvel/files/geometry_records.h"
+#include "morvel/files/mesh_file.h"
+#include "morvel/files/mesh_object.h"
+#include "morvel/files/mesh_sampling.h"
 
 #include "morvel/api/kernel_object.h"
 #include "morvel/api/last_error.h"
