@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import tempfile
 from pathlib import Path
 from typing import Callable, List, Sequence, Tuple
 
@@ -211,7 +212,21 @@ def nsided(path: Path) -> None:
     scene.save(path, 1100, 430)
 
 
+def files(path: Path) -> None:
+    """A ring written within three tolerances, and read back."""
+    scene = Scene((0.2, -1.0, 0.9))
+    ring = morvel.Surface.torus((0.0, 0.0, 0.0), 1.0, 0.42)
+    with tempfile.TemporaryDirectory() as folder:
+        for k, tolerance in enumerate((0.1, 0.02, 0.004)):
+            ring.export(f"{folder}/ring.obj", tolerance=tolerance)
+            mesh = moved(morvel.read_obj(f"{folder}/ring.obj"), (3.1 * k, 0.0, 0.0))
+            scene.add(mesh, (SAND, MOSS, SLATE)[k])
+            for triangle in mesh.triangles:
+                scene.line(mesh.vertices[triangle[[0, 1, 2, 0]]], INK, 0.006)
+    scene.save(path, 1000, 360)
+
+
 PICTURES = {
     f"{make.__name__}.png": make
-    for make in (readme, surfaces, fitting, projection, trimmed, blending, nsided)
+    for make in (readme, surfaces, fitting, projection, trimmed, blending, nsided, files)
 }

@@ -54,6 +54,7 @@ from .constrained_fitting import (
 )
 from .curve import Curve
 from .curve_on_surface import CurveOnSurface
+from .files import export, read_obj
 from .fitting import chord_parameters, fit_curve, fit_curve_constrained, interpolate_curve
 from .kernel import Census, Counts, Held, KernelSession, clear, counts, live, version
 from .log import log_to, print_lines, quiet, set_log_level
@@ -136,6 +137,7 @@ __all__ = [
     "contact_points",
     "counts",
     "dump",
+    "export",
     "fill",
     "fill_preview",
     "fit_curve",
@@ -162,6 +164,7 @@ __all__ = [
     "projection_preview",
     "projection_report",
     "quiet",
+    "read_obj",
     "save",
     "set_log_level",
     "sort_loop",

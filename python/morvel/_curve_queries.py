@@ -9,6 +9,7 @@ import numpy as np
 from . import _arrays as arrays
 from ._arrays import ArrayLike, FloatArray, ManyNumbers, address, choice, whole
 from ._batches import NUMBER, PAIR, VECTOR, Shape, broadcast_pairs, curve_result, evaluate
+from ._files import CURVE_SAMPLES, FilePath, export_shapes
 from ._library import Handled, box_of, call, functions, text_of, values_of
 from ._transforms import Transformable
 
@@ -216,6 +217,23 @@ class CurveQueries(Transformable):
             points = arrays.empty_points(used[0])
             call(name, *arguments, address(points), len(points), used)
         return points[: used[0]]
+
+    def export(
+        self, path: FilePath, samples: int = CURVE_SAMPLES, tolerance: Optional[float] = None
+    ) -> None:
+        """Writes the curve as a polyline: OBJ, PLY or GLB, as the extension says.
+
+        Args:
+            path: where; an earlier file is replaced.
+            samples: points at equal parameter steps, 2 to 10 000 000.
+            tolerance: in model units; replaces `samples` by as many points as keep the chords
+                within it (100 000 at most).
+
+        Raises:
+            ArgumentError: another extension (STL holds no curves).
+            MorvelError: the file cannot be written; nothing is left of it then.
+        """
+        export_shapes(path, [], [self], curve_samples=samples, tolerance=tolerance)
 
     def properties(self) -> Dict[str, object]:
         """Centre, axes, radii and angles (radians) of a circle, arc or ellipse.

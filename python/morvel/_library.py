@@ -41,6 +41,19 @@ class SurfaceData(ctypes.Structure):
     ]
 
 
+class MeshData(ctypes.Structure):
+    """A mesh that the library read from a file; `free_mesh_data` releases it."""
+
+    _fields_ = [
+        ("vertices", ctypes.POINTER(ctypes.c_double)),
+        ("normals", ctypes.POINTER(ctypes.c_double)),
+        ("uv", ctypes.POINTER(ctypes.c_double)),
+        ("vertexCount", ctypes.c_int32),
+        ("triangles", ctypes.POINTER(ctypes.c_int32)),
+        ("triangleCount", ctypes.c_int32),
+    ]
+
+
 class TrimOptions(ctypes.Structure):
     """How trimmed surfaces judge their loops; only the first member matters to the kernel."""
 
@@ -72,6 +85,7 @@ _VALUES: Dict[str, Any] = {
     "const char*": ctypes.c_char_p,
     "const void*": ctypes.c_void_p,  # a borrowed C++ object
     "MorvelSurfaceData*": ctypes.POINTER(SurfaceData),
+    "MorvelMeshData*": ctypes.POINTER(MeshData),
     "MorvelLogCallback": LogCallback,
     "MorvelProgressCallback": ProgressCallback,
 }

@@ -9,6 +9,7 @@ import numpy as np
 from . import _arrays as arrays
 from ._arrays import ArrayLike, FloatArray, address, count_of, whole
 from ._batches import PAIR, VECTOR, broadcast_pairs, evaluate, surface_result
+from ._files import SURFACE_SAMPLES, FilePath, Samples, export_shapes
 from ._library import box_of, call, text_of, values_of
 from ._transforms import Transformable
 from .mesh import Mesh
@@ -242,6 +243,28 @@ class SurfaceQueries(Transformable):
             index_room = (address(triangles), triangles.size, counts[1])
             call("get_surface_tessellation_data", self, 0.0, *room, *index_room)
         return Mesh(vertices, triangles)
+
+    def export(
+        self,
+        path: FilePath,
+        samples: Samples = SURFACE_SAMPLES,
+        tolerance: Optional[float] = None,
+    ) -> None:
+        """Writes the surface, of a trimmed one the visible part, as OBJ, STL, PLY or GLB.
+
+        The triangles turn so that their normals are Su x Sv; OBJ, PLY and GLB have normals and
+        (u, v) of the vertices.
+
+        Args:
+            path: where; its extension decides, and an earlier file is replaced.
+            samples: vertices along u and v, 2 to 2000; one number stands for both.
+            tolerance: in model units; replaces `samples` by as many as keep the chords within it.
+
+        Raises:
+            ArgumentError: another extension, a tolerance that takes more than 2000 samples.
+            MorvelError: the file cannot be written; nothing is left of it then.
+        """
+        export_shapes(path, [self], [], samples, tolerance=tolerance)
 
     def _describe(self) -> str:
         return f", {self.type}"

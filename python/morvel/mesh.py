@@ -3,12 +3,13 @@
 from __future__ import annotations
 
 from dataclasses import dataclass
-from os import PathLike
-from typing import Iterable, Tuple, Union
+from typing import Callable, Iterable, Optional, Tuple
 
 import numpy as np
 
-from ._arrays import FloatArray, IntArray, members, points, triangles
+from ._arrays import DIMENSIONS, FloatArray, IntArray, address, members, points, shaped, triangles
+from ._files import FilePath, path_bytes
+from ._library import call
 from ._pictured import Pictured
 
 
@@ -25,14 +26,23 @@ class Mesh(Pictured):
     Attributes:
         vertices: (n, 3) positions in model units.
         triangles: (m, 3) indices into the vertices.
+        vertex_normals: (n, 3) unit vectors, or None.
+        uv: (n, 2) parameters or texture coordinates of the vertices, or None.
     """
 
     vertices: FloatArray
     triangles: IntArray
+    vertex_normals: Optional[FloatArray] = None
+    uv: Optional[FloatArray] = None
 
     def __post_init__(self) -> None:
         object.__setattr__(self, "vertices", points(self.vertices, "vertices"))
         object.__setattr__(self, "triangles", triangles(self.triangles, len(self.vertices)))
+        for name, width in (("vertex_normals", DIMENSIONS), ("uv", 2)):
+            values = getattr(self, name)
+            if values is not None:
+                of_vertices = shaped(values, name, len(self.vertices), width)
+                object.__setattr__(self, name, of_vertices)
 
     def __repr__(self) -> str:
         return f"<Mesh, {len(self.vertices)} vertices, {len(self.triangles)} triangles>"
@@ -64,20 +74,43 @@ class Mesh(Pictured):
 
     @staticmethod
     def joined(meshes: "Iterable[Mesh]") -> "Mesh":
-        """Several meshes as one; vertices are not merged."""
+        """Several meshes as one; vertices are not merged.
+
+        It has normals and parameters where all of them do.
+        """
         parts = members(meshes, "meshes")
         if not all(isinstance(part, Mesh) for part in parts):
             raise TypeError("meshes must be a sequence of Mesh")
         offsets = np.cumsum([0] + [len(part.vertices) for part in parts])
+
+        def of_all(get: "Callable[[Mesh], Optional[FloatArray]]") -> Optional[FloatArray]:
+            arrays = [array for array in map(get, parts) if array is not None]
+            return np.concatenate(arrays) if len(arrays) == len(parts) else None
+
         return Mesh(
             np.concatenate([part.vertices for part in parts]),
             np.concatenate([part.triangles + k for part, k in zip(parts, offsets)]),
+            of_all(lambda part: part.vertex_normals),
+            of_all(lambda part: part.uv),
         )
 
-    def write_obj(self, path: "Union[str, PathLike[str]]") -> None:
-        """Writes a Wavefront OBJ file; coordinates keep every bit."""
-        with open(path, "w", encoding="ascii") as file:
-            for x, y, z in self.vertices.tolist():
-                file.write(f"v {x!r} {y!r} {z!r}\n")
-            for a, b, c in (self.triangles + 1).tolist():
-                file.write(f"f {a} {b} {c}\n")
+    def export(self, path: FilePath) -> None:
+        """Writes the mesh as OBJ, STL, PLY or GLB, which the extension decides.
+
+        OBJ and PLY keep every bit of the vertices; STL and GLB round them to single precision. The
+        file is written whole or not at all.
+
+        Raises:
+            ArgumentError: another extension, no triangles, a number that is not finite.
+            MorvelError: the file cannot be written.
+        """
+        count, normals, uv = len(self.vertices), self.vertex_normals, self.uv
+        given = (address(self.vertices), count, *(a if a is None else address(a) for a in (normals, uv)))
+        indices = np.ascontiguousarray(self.triangles)
+        call("export_mesh", path_bytes(path), *given, address(indices), len(indices))
+
+    def write_obj(self, path: FilePath) -> None:
+        """The same as `export` to a path that ends in .obj; ValueError for any other."""
+        if not path_bytes(path).lower().endswith(b".obj"):
+            raise ValueError(f"the path of an OBJ file ends in .obj: {path!r}")
+        self.export(path)

@@ -17,6 +17,7 @@ import random
 import sys
 import tempfile
 import time
+from pathlib import Path
 from typing import Any, Dict, List, Optional
 
 from morvel._library import NO_CALLBACK, NO_PROGRESS, LogCallback, ProgressCallback, TrimOptions
@@ -37,10 +38,13 @@ MOST_SEARCHED = 600  # closest points, contacts and lengths take long, and each 
 SEARCHING = ("closest", "length_batch", "contact_points")
 MOST_PROJECTED = 2  # every curve on every surface
 PROJECTING = ("project_", "projection_preview", "wire")
-RECORD = "MorvelSurfaceData*"
+RECORDS = {"MorvelSurfaceData*": "free_surface_data", "MorvelMeshData*": "free_mesh_data"}
 VALIDATION = "MorvelNSidedValidation*"
 OPTIONS = "const MorvelTrimOptions*"
-PATHS = [b"all.json", b"all.json", b"new.json", b"", b".", b"missing/f", b"/dev/full", b"/dev/zero", b"n" * 300]
+MESH_FILES = ("nowhere.obj", "nowhere.STL", "nowhere.ply", "nowhere.glb")  # links to /dev/null
+PATHS = [b"all.json", b"all.json", b"new.json", *map(os.fsencode, MESH_FILES)]
+PATHS += [b"", b".", b"/", b"missing/f", b"/dev/full", b"/dev/zero", b"/dev/null/none.obj"]
+PATHS += [b"n" * 300, b"a" * 5000 + b".stl"]
 TEXT = "const char*"
 SIZES = "LoopSizes"  # arrays whose numbers are the lengths of what follows: these are never lies
 CALLBACKS = {
@@ -265,7 +269,7 @@ def call_once(world: World, name: str) -> None:
             values[parameter] = world.random.choice(CALLBACKS[c_type])
         elif c_type == OPTIONS:
             values[parameter] = world.trim_options()
-        elif c_type in (RECORD, VALIDATION, "void*"):
+        elif c_type in (*RECORDS, VALIDATION, "void*"):
             values[parameter] = None
     buffers: Dict[str, Optional[Buffer]] = {}
     is_searching = any(word in name for word in SEARCHING)
@@ -294,22 +298,23 @@ def call_once(world: World, name: str) -> None:
     if result_type == "int" and not failed and not name.startswith(UNCHECKED):
         written = [b for b in live if not b.is_input and b.elements <= 5000]
         assert all(buffer.is_finite() for buffer in written), f"{name} wrote NaN as success"
-    if result_type == RECORD and result:
-        functions["free_surface_data"](result)
+    if result_type in RECORDS and result:
+        functions[RECORDS[result_type]](result)
 
 
 def main() -> int:
     seed, rounds = int(sys.argv[1]), int(sys.argv[2])
-    folder = tempfile.TemporaryDirectory()
-    os.chdir(folder.name)
-    world = World(seed)
-    for name in SIGNATURES:
-        for _ in range(rounds):
-            call_once(world, name)
-            if not world.is_whole():
-                world.build()
-    os.chdir("/")
-    folder.cleanup()
+    with tempfile.TemporaryDirectory() as folder:
+        os.chdir(folder)
+        for name in MESH_FILES:
+            Path(name).symlink_to("/dev/null")
+        world = World(seed)
+        for name in SIGNATURES:
+            for _ in range(rounds):
+                call_once(world, name)
+                if not world.is_whole():
+                    world.build()
+        os.chdir("/")
     print(f"{len(SIGNATURES)} functions, {rounds} calls each")
     return 0
 

@@ -30,8 +30,8 @@ typedef struct MorvelMeshData {
 /* All faces of a Wavefront OBJ file as one mesh, or null. Vertices in the file's order, used or
    not; polygons cut into triangles. Normals (uv) where every corner names some; a vertex that its
    corners give several is repeated at the end. A file of more than maxMegabytes (1 to 16384; a
-   megabyte is 2^20 bytes) is refused, as is anything that is no ordinary file. Memory: about twice the
-   size of the file. */
+   megabyte is 2^20 bytes) is refused, as is anything that is no ordinary file. Memory: about twice
+   the size of the file. */
 MORVEL_API MorvelMeshData* read_obj_mesh(const char* path, int maxMegabytes);
 /* Null is ignored. */
 MORVEL_API void free_mesh_data(MorvelMeshData* record);
