@@ -19,7 +19,7 @@ import morvel
 NODE = Path(__file__).resolve().parent / "node"
 
 
-def _needs(condition: object, what: str) -> None:
+def needs(condition: object, what: str) -> None:
     """Skips the test where a program is missing; fails it under CI, which has them all."""
     if not condition:
         refuse = pytest.fail if os.environ.get("CI") == "true" else pytest.skip
@@ -34,7 +34,7 @@ def _run(*command: object) -> str:
 
 def by_meshio(path: Path) -> morvel.Mesh:
     """OBJ, PLY or STL by meshio, normals and (u, v) included where it reads them."""
-    _needs(importlib.util.find_spec("meshio"), "meshio")
+    needs(importlib.util.find_spec("meshio"), "meshio")
     import meshio
 
     mesh = meshio.read(path)
@@ -51,20 +51,20 @@ def by_meshio(path: Path) -> morvel.Mesh:
 
 def by_assimp(path: Path, folder: Path) -> morvel.Mesh:
     """Any of the formats by assimp, which hands it on as STL."""
-    _needs(shutil.which("assimp"), "assimp")
+    needs(shutil.which("assimp"), "assimp")
     out = folder / f"{path.stem}-{path.suffix[1:]}-assimp.stl"
     _run("assimp", "export", path, out, "-fstlb")
     return by_meshio(out)
 
 
 def assimp_info(path: Path) -> str:
-    _needs(shutil.which("assimp"), "assimp")
+    needs(shutil.which("assimp"), "assimp")
     return _run("assimp", "info", path)
 
 
 def by_admesh(path: Path) -> Dict[str, float]:
     """What admesh says of an STL file before it repairs anything: number by name."""
-    _needs(shutil.which("admesh"), "admesh")
+    needs(shutil.which("admesh"), "admesh")
     text = _run("admesh", path)
     numbers = re.findall(r"^(.+?)\s*: +(-?[\d.]+)", text, re.MULTILINE)
     volume = re.search(r"Volume +: +(-?[\d.]+)", text)
@@ -74,8 +74,8 @@ def by_admesh(path: Path) -> Dict[str, float]:
 
 def by_validator(path: Path) -> Dict[str, Any]:
     """The report of gltf-validator on a GLB file."""
-    _needs(shutil.which("node"), "node")
-    _needs((NODE / "node_modules" / "gltf-validator").exists(), f"npm's gltf-validator in {NODE}")
+    needs(shutil.which("node"), "node")
+    needs((NODE / "node_modules" / "gltf-validator").exists(), f"npm's gltf-validator in {NODE}")
     return json.loads(_run("node", NODE / "validate_glb.js", path))
 
 
