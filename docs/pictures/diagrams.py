@@ -188,7 +188,14 @@ def architecture(path: Path) -> None:
     save(figure, path)
 
 
+def pictures(path: Path) -> None:
+    """What the page on pictures is about, drawn by what it describes."""
+    with morvel.Surface.torus((0, 0, 0), 3.0, 1.0) as ring:
+        ring.save(path, curvature="gaussian", resolution=52, size=(820, 430))
+
+
 PICTURES = {
-    f"{make.__name__}.svg": make for make in (foundation, curves, numerics, registry, architecture)
+    f"{make.__name__}.svg": make
+    for make in (foundation, curves, numerics, registry, architecture, pictures)
 }
 plt.rcParams.update(STYLE)

@@ -109,6 +109,12 @@ def test_without_the_viewer_the_error_says_how_to_build_it(tmp_path, monkeypatch
 # ---- in a browser ----
 
 
+def browse(command):
+    # What is preloaded under the sanitizers is not for the browser.
+    environment = {k: v for k, v in os.environ.items() if k != "LD_PRELOAD"}
+    return subprocess.run(command, capture_output=True, text=True, timeout=TIMEOUT, env=environment)
+
+
 def photograph(folder, address, size, *flags):
     """The pixels, 0 to 255, and what the browser logged."""
     import matplotlib.image
@@ -117,8 +123,7 @@ def photograph(folder, address, size, *flags):
     command = [BROWSER, *FLAGS, *flags, f"--user-data-dir={folder / 'profile'}",
                f"--window-size={size[0]},{size[1]}", f"--screenshot={shot}",
                "--virtual-time-budget=3000", address]
-    environment = {k: v for k, v in os.environ.items() if k != "LD_PRELOAD"}
-    run = subprocess.run(command, capture_output=True, text=True, timeout=TIMEOUT, env=environment)
+    run = browse(command)
     assert shot.exists(), run.stderr
     console = [line for line in run.stderr.splitlines() if "CONSOLE" in line]
     return np.rint(255 * matplotlib.image.imread(shot)[..., :3]).astype(int), console
@@ -209,5 +214,5 @@ class TestInABrowser:
         morvel.Point.at((0, 0, 0)).save(tmp_path / "a.html")
         command = [BROWSER, *FLAGS, "--disable-3d-apis", f"--user-data-dir={tmp_path / 'profile'}",
                    "--virtual-time-budget=2000", "--dump-dom", (tmp_path / "a.html").as_uri()]
-        run = subprocess.run(command, capture_output=True, text=True, timeout=TIMEOUT)
+        run = browse(command)
         assert 'role="alert"' in run.stdout and "needs WebGL" in run.stdout

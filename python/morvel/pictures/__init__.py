@@ -34,7 +34,7 @@ if TYPE_CHECKING:
 
 __all__ = ["Options", "plot", "save"]
 
-FLAT = Detail(budget=20_000, most=72, line_steps=160, curve_steps=192)
+FLAT = Detail(budget=20_000, most=64, line_steps=160, curve_steps=192)
 IN_PAGE = Detail(budget=80_000, most=96, line_steps=160, curve_steps=256, spare_isolines=3)
 # In axes lines have the steps of the facets: matplotlib sorts them by depth together.
 IN_AXES = Detail(budget=10_000, most=40, line_steps=1, curve_steps=192)

@@ -131,7 +131,8 @@ class _Painter:
             self.drawing.legend = Legend(
                 colours.curvature_text(self.options.curvature), self.limit)
         self._fit()
-        self.buffer = DepthBuffer(self._triangles(), self.drawing.width, self.drawing.height)
+        size = self.drawing.width, self.drawing.height
+        self.buffer = DepthBuffer(*self._triangles(), *size)
 
     # ---- from space to pixels ----
 
@@ -168,10 +169,14 @@ class _Painter:
         flat = turned[:, :2] * (self.scale, -self.scale) + self.shift
         return np.column_stack([flat, turned[:, 2]])
 
-    def _triangles(self) -> FloatArray:
-        found = [self._placed(part.faces.vertices)[part.faces.triangles]
-                 for part in self.scene.parts if part.faces is not None]
-        return np.concatenate(found) if found else np.empty((0, 3, 3))
+    def _triangles(self) -> Tuple[FloatArray, IntArray]:
+        """Of all parts, with the parts' numbers."""
+        found, owners = [np.empty((0, 3, 3))], [np.empty(0, dtype=np.int32)]
+        for number, part in enumerate(self.scene.parts):
+            if part.faces is not None:
+                found.append(self._placed(part.faces.vertices)[part.faces.triangles])
+                owners.append(np.full(len(found[-1]), number, dtype=np.int32))
+        return np.concatenate(found), np.concatenate(owners)
 
     # ---- painting ----
 
@@ -185,11 +190,11 @@ class _Painter:
 
     def _paint_facets(self) -> None:
         corners, tints, lines = [np.empty((0, 4, 3))], [np.empty((0, 3))], [np.empty((0, 3))]
-        for part in self.scene.parts:
+        for number, part in enumerate(self.scene.parts):
             if part.faces is None or not len(part.faces.corners):
                 continue
             placed = self._placed(part.faces.vertices)[part.faces.corners]
-            placed, tint = self._seen(placed, self._tints(part, part.faces))
+            placed, tint = self._seen(number, placed, self._tints(part, part.faces))
             corners.append(placed)
             tints.append(tint)
             lines.append(colours.spread(line_ink(part.fill), len(placed)))
@@ -199,33 +204,33 @@ class _Painter:
         sides = line[order] if self.options.wireframe else tint[order]
         self.drawing.facets = Facets(flat, tint[order], sides, self.options.wireframe)
 
-    def _seen(self, placed: FloatArray, tints: FloatArray) -> Tuple[FloatArray, FloatArray]:
-        """Facets that are not hidden whole; where they cross others, cut into small ones.
+    def _seen(
+        self, number: int, placed: FloatArray, tints: FloatArray
+    ) -> Tuple[FloatArray, FloatArray]:
+        """A part's facets that are not hidden whole; cut into small ones where they cross others'.
 
         Sorting alone paints of two facets that cross one over all of the other.
         """
         kept, cuts = [], 0 if self.options.wireframe else CUTS
         for level in range(cuts + 1):
-            behind = self._behind(placed)
+            places = _spread(placed)
+            behind = self.buffer.behind(places).reshape(len(placed), PLACES)
+            others = (self.buffer.owner(places) != number).reshape(len(placed), PLACES)
             seen = behind <= SLACK
-            crossing = self._is_crossing(placed, behind) & (level < cuts)
+            crossing = self._is_crossing(placed, behind, others) & (level < cuts)
             extent = np.ptp(placed[:, :, :2], axis=1).max(axis=1, initial=0.0)
             whole = seen.any(axis=1) & ~crossing & (extent > NOTHING)
             kept.append((placed[whole], tints[whole]))
             placed, tints = _quartered(placed[crossing]), np.repeat(tints[crossing], 4, axis=0)
         return np.concatenate([k[0] for k in kept]), np.concatenate([k[1] for k in kept])
 
-    def _behind(self, placed: FloatArray) -> FloatArray:
-        """(m, PLACES): how far places of each facet are hidden, in radii."""
-        middle = placed.mean(axis=1, keepdims=True)
-        places = np.concatenate([placed, middle, (placed + middle) / 2], axis=1)
-        return self.buffer.behind(places.reshape(-1, 3)).reshape(len(placed), PLACES)
-
-    def _is_crossing(self, placed: FloatArray, behind: FloatArray) -> BoolArray:
-        """Whether facets are seen in part, and hidden by what is no farther than their own size."""
+    def _is_crossing(
+        self, placed: FloatArray, behind: FloatArray, others: BoolArray
+    ) -> BoolArray:
+        """Whether facets are seen in part, and hidden by others no farther than their own size."""
         pixels = np.ptp(placed[:, :, :2], axis=1).max(axis=1, initial=0.0)
         size = np.maximum(pixels / self.scale, np.ptp(placed[:, :, 2], axis=1))
-        near = (behind > SLACK) & (behind < size[:, None])
+        near = others & (behind > SLACK) & (behind < size[:, None])
         result: BoolArray = (behind <= SLACK).any(axis=1) & near.any(axis=1) & (pixels > SMALLEST)
         return result
 
@@ -292,6 +297,14 @@ class _Painter:
             opacity = 1.0 if seen[k] else hidden
             if opacity:
                 self.drawing.dots.append(Dot(placed[k, :2], colour, radius, opacity))
+
+
+def _spread(placed: FloatArray) -> FloatArray:
+    """(PLACES m, 3): places all over each facet."""
+    middle = placed.mean(axis=1, keepdims=True)
+    places = np.concatenate([placed, middle, (placed + middle) / 2], axis=1)
+    result: FloatArray = places.reshape(-1, 3)
+    return result
 
 
 def _quartered(placed: FloatArray) -> FloatArray:
