@@ -143,6 +143,9 @@ def test_texts_are_safe_and_broken_numbers_never_written(torus, tmp_path):
     assert shown.text == title.replace("\x00", " ").replace("\ud800", " ")
 
 
+AWKWARD = ("far", "huge", "tiny", "a place", "a line", "end on", "a point", "not finite", "many")
+
+
 def awkward():
     net = np.random.default_rng(1).normal(size=(4, 4, 3))
     vertices = np.array([[0.0, 0, 0], [1, 0, 0], [0, 1, 0], [np.nan, 0, 1]])
@@ -160,7 +163,7 @@ def awkward():
 
 
 @pytest.mark.filterwarnings("error")
-@pytest.mark.parametrize("name", awkward())
+@pytest.mark.parametrize("name", AWKWARD)
 def test_awkward_objects_make_clean_pictures(name, tmp_path):
     things = awkward()[name]
     for kind in ("svg", "png"):
@@ -185,8 +188,6 @@ def test_far_objects_look_like_near_ones(tmp_path):
         ([], {}, ValueError, "nothing to draw"),
         (morvel.Mesh(np.empty((0, 3)), np.empty((0, 3), dtype=np.int32)), {}, ValueError,
          "nothing to draw"),
-        (morvel.Mesh(np.zeros((2, 3)), np.array([[0, 1, 2]], dtype=np.int32)), {}, ValueError,
-         "outside 0 to 1"),
         ([3.0], {}, TypeError, "float cannot be drawn"),
         ("teapot", {}, TypeError, "str cannot be drawn"),
         (np.zeros((4, 2)), {}, ValueError, r"\(n, 3\)"),

@@ -9,14 +9,6 @@ Both take the same objects and the same options:
   (object, colour) for one in a colour of its own.
 
 The options are the attributes of `Options`.
-
-    >>> import os, tempfile, morvel
-    >>> ball = morvel.Surface.sphere((0, 0, 0), 1.0)
-    >>> equator = morvel.Curve.circle((0, 0, 0), 1.001)
-    >>> path = os.path.join(tempfile.mkdtemp(), "globe.svg")
-    >>> morvel.save(path, {"earth": (ball, "#8fb0c9"), "equator": equator}, isolines=8)
-    >>> open(path).read()[:4]
-    '<svg'
 """
 
 from __future__ import annotations
@@ -43,6 +35,12 @@ IN_AXES = Detail(budget=10_000, most=40, line_steps=1, curve_steps=192)
 def plot(objects: Any, ax: "Optional[Axes3D]" = None, **style: Any) -> "Axes3D":
     """Draws objects into matplotlib's axes in space, at equal scales.
 
+    >>> import morvel
+    >>> ball = morvel.Surface.sphere((0, 0, 0), 1.0)
+    >>> ax = morvel.plot([ball, morvel.Curve.circle((0, 0, 0), 1.001)], net=True)
+    >>> ax.name
+    '3d'
+
     Args:
         objects: see `morvel.pictures`.
         ax: axes made with projection="3d"; new ones in a new figure unless given.
@@ -65,6 +63,14 @@ def save(path: AnyPath, objects: Any, **style: Any) -> None:
 
     .svg is vector graphics, .html a page to turn the objects in, .png and .pdf are drawn by
     matplotlib. The same objects and options give the same bytes.
+
+    >>> import os, tempfile, morvel
+    >>> ball, rim = morvel.Surface.sphere((0, 0, 0), 1.0), morvel.Curve.circle((0, 0, 0), 1.001)
+    >>> with tempfile.TemporaryDirectory() as folder:
+    ...     path = os.path.join(folder, "globe.svg")
+    ...     morvel.save(path, {"earth": (ball, "#8fb0c9"), "equator": rim}, isolines=8)
+    ...     print(os.listdir(folder))
+    ['globe.svg']
 
     Args:
         path: where to; what is there is replaced once the new file is whole.

@@ -129,16 +129,8 @@ def _loops_on_plane(surface: TrimmedSurface) -> TrimmedSurface:
 
 
 def mesh_faces(mesh: Mesh) -> Faces:
-    """The triangles of a mesh, smooth but for its creases. ValueError for a broken mesh."""
-    vertices = np.asarray(mesh.vertices, dtype=np.float64)
-    triangles = np.asarray(mesh.triangles)
-    if vertices.ndim != 2 or vertices.shape[1] != 3 or triangles.ndim != 2 or (
-        triangles.shape[1] != 3
-    ):
-        raise ValueError(f"a mesh needs vertices (n, 3) and triangles (m, 3), not "
-                         f"{vertices.shape} and {triangles.shape}")
-    if triangles.size and not (0 <= triangles.min() and triangles.max() < len(vertices)):
-        raise ValueError(f"a triangle refers to a vertex outside 0 to {len(vertices) - 1}")
+    """The triangles of a mesh, smooth but for its creases."""
+    vertices, triangles = mesh.vertices, mesh.triangles
     corners = triangles[:, [0, 1, 2, 2]].astype(np.int32)
     smooth = vertex_normals(vertices, corners)
     flat = unit(facet_areas(scaled(vertices), corners))
