@@ -10,11 +10,23 @@ from __future__ import annotations
 
 import ctypes
 import weakref
-from typing import Any, Callable, ClassVar, Dict, Iterable, List, Tuple, Type, TypeVar, Union
+from typing import (
+    Any,
+    Callable,
+    ClassVar,
+    Dict,
+    Iterable,
+    List,
+    Sequence,
+    Tuple,
+    Type,
+    TypeVar,
+    Union,
+)
 
 import numpy as np
 
-from ._arrays import IntArray, int_out, whole
+from ._arrays import IntArray, address, int_out, whole
 from ._errors import BAD_ARGUMENT, TOO_SMALL, UNKNOWN_HANDLE, ArgumentError, HandleError
 from ._gate import between_calls
 from ._library import Handled, call, failure, functions, is_registered, raw
@@ -222,6 +234,27 @@ def listed(
     if isinstance(values, Registered) or not isinstance(values, Iterable):
         raise TypeError(f"{what} must be a sequence, not a {type(values).__name__}")
     return [checked(value, kind, f"{what}[{k}]") for k, value in enumerate(values)]
+
+
+class Handles(Handled):
+    """The handles of several objects, which it keeps alive: an argument for a call.
+
+    Like those of single objects they are asked for as late as can be: none is stale by then.
+    """
+
+    __slots__ = ("objects", "_array")
+
+    def __init__(self, objects: "Sequence[Registered]") -> None:
+        self.objects = objects
+
+    def __len__(self) -> int:
+        return len(self.objects)
+
+    @property
+    def handle(self) -> int:
+        """Where the array of the handles begins; it lives until the next question."""
+        self._array = handles_of(self.objects)
+        return address(self._array)
 
 
 def handles_of(objects: "Iterable[Registered]") -> IntArray:

@@ -11,7 +11,7 @@ from numpy.typing import NDArray
 from . import _arrays as arrays
 from ._arrays import ArrayLike, FloatArray, address, two, whole
 from ._errors import BAD_ARGUMENT, ArgumentError
-from ._handles import handles_of, listed
+from ._handles import Handles, listed
 from ._library import call, functions, is_registered
 from .curve import Curve
 from .curve_on_surface import CurveOnSurface
@@ -125,14 +125,14 @@ def fill(
     Raises:
         MorvelError: the curves bound no hole; the text says why.
     """
-    held = _listed(curves)
-    handles, count = handles_of(held), len(held)
+    handles = Handles(_listed(curves))
+    count = len(handles)
     levels = _levels(continuity, count)
     heaviness = _per_curve(weights, count, "weights")
     figures, patch = np.empty(4), arrays.int_out()
     surface = Surface(
         call(
-            "create_nsided_patch_rbf", address(handles), count, address(levels), address(heaviness),
+            "create_nsided_patch_rbf", handles, count, address(levels), address(heaviness),
             *two(spans, "spans"), smoothness, ITERATIONS, NET_TOLERANCE, tolerance,
             int(bool(hermite)), int(bool(in_space)),
             0, 0.0, *(address(figures[k:]) for k in range(4)), patch,
@@ -164,13 +164,13 @@ def fill_preview(
     Args:
         resolution: 2 to 1000 points a side; the others as for `fill`.
     """
-    held, side = _listed(curves), whole(resolution, "resolution", 2, MOST_POINTS_A_SIDE)
-    handles, count = handles_of(held), len(held)
+    handles, side = Handles(_listed(curves)), whole(resolution, "resolution", 2, MOST_POINTS_A_SIDE)
+    count = len(handles)
     levels = _levels(continuity, count)
     heaviness = _per_curve(weights, count, "weights")
     points, used, deviation = np.empty((side, side, 3)), arrays.int_out(), arrays.double_out()
     call(
-        "generate_nsided_preview_rbf", address(handles), count, address(levels), address(heaviness),
+        "generate_nsided_preview_rbf", handles, count, address(levels), address(heaviness),
         *two(spans, "spans"), tolerance, int(bool(in_space)), side, address(points), side * side,
         used, deviation,
     )
@@ -201,10 +201,10 @@ def sort_loop(
     [[0.0, 0.0, 0.0], [1.0, 0.0, 0.0], [0.0, 1.0, 0.0]]
     """
     held = _listed(curves)
-    handles, count = handles_of(held), len(held)
+    handles, count = Handles(held), len(held)
     ordered, turned = arrays.int_out(max(count, 1)), arrays.int_out(max(count, 1))
     before = set(Curve.handles())
-    call("auto_sort_boundary_curves_rbf", address(handles), count, tolerance, ordered, turned)
+    call("auto_sort_boundary_curves_rbf", handles, count, tolerance, ordered, turned)
     made = set(Curve.handles()) - before
     given = {curve.handle: curve for curve in held}
     return [
@@ -227,10 +227,9 @@ def validate_loop(
     >>> report.valid, report.gaps
     (False, (0.0, 0.0, 1.0))
     """
-    held, record = _listed(curves), _Validation()
-    handles = handles_of(held)
+    handles, record = Handles(_listed(curves)), _Validation()
     at = ctypes.addressof(record)
-    call("validate_nsided_boundary_rbf", address(handles), len(handles), tolerance, at)
+    call("validate_nsided_boundary_rbf", handles, len(handles), tolerance, at)
     try:
         return LoopReport(
             bool(record.is_valid), bool(record.is_closed), bool(record.has_intersections),

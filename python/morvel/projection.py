@@ -10,7 +10,7 @@ import numpy as np
 from . import _arrays as arrays
 from ._arrays import ArrayLike, FloatArray, address, count_of, number
 from ._batches import PAIR, VECTOR, items_of
-from ._handles import checked, handles_of, listed
+from ._handles import Handles, checked, listed
 from ._library import call, call_expecting, failure, functions
 from .curve import Curve
 from .curve_on_surface import CurveOnSurface
@@ -170,9 +170,9 @@ def _project(
     made = [arrays.int_out(max(room, 1)) for _ in range(2)]
     counts = [arrays.int_out() for _ in range(2)]
     deviation = arrays.double_out()
-    bases, profiles = handles_of(surfaces), handles_of(curves)
+    bases, profiles = Handles(surfaces), Handles(curves)
     result = functions["project_geometry_unified"](
-        address(profiles), len(profiles), address(bases), len(bases), kind, *along, b"both",
+        profiles, len(profiles), bases, len(bases), kind, *along, b"both",
         fitting, tolerance, forward, longest, hits, smooth, made[0], counts[0], made[1], counts[1],
         room, deviation, None, 0,
     )
@@ -245,8 +245,8 @@ def projection_preview(
     """
     lines, bases = listed(curves, Curve, "curves"), listed(surfaces, Surface, "surfaces")
     text, along = _checked(kind, KINDS, "kind"), arrays.triple(direction, "direction")
-    profiles, on = handles_of(lines), handles_of(bases)
-    given = (address(profiles), len(profiles), address(on), len(on), text, *along)
+    profiles, on = Handles(lines), Handles(bases)
+    given = (profiles, len(profiles), on, len(on), text, *along)
     name, counts = "generate_projection_preview", (arrays.int_out(), arrays.int_out())
     points, ends = arrays.empty_points(PREVIEW_POINTS), arrays.int_out(ROOM)
     for _ in range(2):  # the first time tells the sizes where they are larger

@@ -10,7 +10,7 @@ from numpy.typing import NDArray
 
 from . import _arrays as arrays
 from ._arrays import ArrayLike, address, choice, two, whole
-from ._handles import checked, handles_of, listed
+from ._handles import Handles, checked, listed
 from ._library import call, is_trimmed
 from ._pictured import Pictured
 from ._surface_queries import SurfaceQueries
@@ -192,9 +192,8 @@ class Surface(SurfaceQueries, Pictured):
         >>> Surface.loft(rings)
         <Surface 40000, loft_surface>
         """
-        held = listed(sections, Curve, "sections")
-        handles = handles_of(held)
-        return Surface(call("create_surface_loft", address(handles), len(handles), degree))
+        handles = Handles(listed(sections, Curve, "sections"))
+        return Surface(call("create_surface_loft", handles, len(handles), degree))
 
     @classmethod
     def sweep(cls, profile: Curve, path: Curve) -> "Surface":

@@ -13,7 +13,7 @@ from ._arrays import ArrayLike, FloatArray, IntArray, address, choice, count_of,
 from ._arrays import two, whole
 from ._batches import PAIR, items_of
 from ._errors import BAD_ARGUMENT, UNKNOWN_HANDLE, ArgumentError, HandleError
-from ._handles import checked, handles_of, listed
+from ._handles import Handles, checked, listed
 from ._library import TrimOptions, call, error_of, functions, is_registered, is_trimmed
 from .curve import Curve
 from .curve_on_surface import CurveOnSurface
@@ -209,10 +209,9 @@ class TrimmedSurface(Surface):
         # which is enough where the sizes rise.
         inside = [listed(hole, Curve, "a hole") for hole in members(holes, "holes")]
         rising = sorted(inside, key=len)
-        around = handles_of(border)
-        inner = handles_of([curve for hole in rising for curve in hole])
+        around, inner = Handles(border), Handles([curve for hole in rising for curve in hole])
         sizes = np.array([len(hole) for hole in rising], dtype=np.int32)
-        given = (len(around), address(around), len(sizes), address(sizes), address(inner))
+        given = (len(around), around, len(sizes), address(sizes), inner)
         options, on = _options(tolerance), checked(base, Surface, "base")
         name = "create_wire_trimmed_surface"
         return _without_projections(lambda: _called(name, on, *given, options))
@@ -243,8 +242,8 @@ class TrimmedSurface(Surface):
         1.0
         """
         held, side = listed(curves, Curve, "curves"), choice(keep, KEEPS, "keep")
-        options, on, wire = _options(tolerance), checked(base, Surface, "base"), handles_of(held)
-        name, given = "snip_surface_with_wire_3d", (address(wire), len(wire), side)
+        options, on, wire = _options(tolerance), checked(base, Surface, "base"), Handles(held)
+        name, given = "snip_surface_with_wire_3d", (wire, len(wire), side)
         return _without_projections(lambda: _called(name, on, *given, options))
 
     # ---- asking ----
