@@ -18,7 +18,7 @@ GIVEN = {**NAMES, "morvel": morvel, "np": np, "logging": logging, "sys": sys}
 
 def examples():
     finder = doctest.DocTestFinder(exclude_empty=True)
-    for found in pkgutil.iter_modules(morvel.__path__, "morvel."):
+    for found in pkgutil.walk_packages(morvel.__path__, "morvel."):
         module = importlib.import_module(found.name)
         for test in finder.find(module, module.__name__, globs={**GIVEN, **vars(module)}):
             if test.examples:
@@ -27,7 +27,9 @@ def examples():
 
 
 @pytest.mark.parametrize("example", examples(), ids=lambda example: example.name)
-def test_the_example_gives_what_it_shows(example, capfd):
+def test_the_example_gives_what_it_shows(example, tmp_path, monkeypatch):
+    monkeypatch.chdir(tmp_path)
+    monkeypatch.setenv("MPLBACKEND", "Agg")
     said = []
     morvel.set_log_level(logging.ERROR)
     try:

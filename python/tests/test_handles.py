@@ -219,7 +219,7 @@ def test_transforming_and_replacing_keep_the_handle_and_its_owner():
 
 
 class TestThreadsAndProcesses:
-    def test_objects_may_be_let_go_in_any_thread_while_another_computes(self):
+    def test_objects_may_be_let_go_in_any_thread_while_another_computes(self) -> None:
         points = np.random.default_rng(1).random((3000, 3))
         stop = threading.Event()
 
@@ -243,7 +243,7 @@ class TestThreadsAndProcesses:
         assert len(curves) == 10
         assert [held.registered for held in morvel.live()] == [10, 0, 0, 0]
 
-    def test_what_is_let_go_inside_a_callback_is_deleted_after_the_call(self):
+    def test_what_is_let_go_inside_a_callback_is_deleted_after_the_call(self) -> None:
         seen: List[Any] = []
 
         class Handler(logging.Handler):

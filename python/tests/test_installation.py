@@ -48,3 +48,8 @@ def test_pip_installs_what_works_and_knows_the_version_of_the_project(tmp_path):
     version, file, length = found.stdout.split()
     assert f"VERSION {version} " in project and length == "5.0"
     assert Path(file).is_relative_to(place) and (Path(file).parent / "py.typed").exists()
+    given, taken = (
+        {path.relative_to(root) for path in root.rglob("*.py*") if path.suffix != ".pyc"}
+        for root in (tmp_path / "tree/python/morvel", Path(file).parent)
+    )
+    assert given == taken
