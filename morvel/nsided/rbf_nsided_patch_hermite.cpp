@@ -42,6 +42,7 @@ struct LoopPlane {
 
 std::optional<LoopPlane> planeOf(const std::vector<nsided::G0Constraint>& samples) {
   std::vector<Point3D> points;
+  points.reserve(samples.size());
   for (const nsided::G0Constraint& sample : samples)
     points.push_back(sample.target);
   const auto axes = foundation::principalAxes(points);
@@ -72,7 +73,7 @@ Point3D signChange(const HRBFInterpolator& field, Point3D inside, Point3D outsid
   const double start = field.Evaluate(inside);
   const double first = inside.distanceTo(outside);
   for (int k = 0; k < kMostHalvings && inside.distanceTo(outside) > tolerance * first; ++k) {
-    const Point3D middle = inside.midpoint(outside);
+    Point3D middle = inside.midpoint(outside);
     const double value = field.Evaluate(middle);
     if (std::abs(value) < fieldTolerance) return middle;
     (std::signbit(value) == std::signbit(start) ? inside : outside) = middle;
@@ -138,6 +139,7 @@ std::vector<PlanarSample> sampleGrid(const HRBFInterpolator& field, const LoopPl
 
 std::vector<Point3D> pointsOf(const std::vector<PlanarSample>& samples) {
   std::vector<Point3D> points;
+  points.reserve(samples.size());
   for (const PlanarSample& sample : samples)
     points.push_back(sample.point);
   return points;
@@ -147,6 +149,7 @@ std::vector<Point3D> pointsOf(const std::vector<PlanarSample>& samples) {
 void relax(std::vector<PlanarSample>& samples, const LoopPlane& plane, int resolution,
            int iterations, double tolerance) {
   std::vector<double> found;
+  found.reserve(samples.size());
   for (const PlanarSample& sample : samples)
     found.push_back((sample.point - plane.middle).dot(plane.normal));
   std::vector<double> heights = found;
