@@ -15,12 +15,13 @@ namespace {
 constexpr const char* kFormat = "morvel geometry";
 constexpr int kVersion = 1;
 constexpr int kMaxNesting = 16;
+constexpr std::size_t kMaxMembers = 64;    // of one object; the tree looks at all for every new one
 constexpr std::size_t kBytesAround = 100;  // of the lines around the entities
 
 using TreeBuilder = nlohmann::detail::json_sax_dom_parser<Json>;
 
 /// Builds the tree of a text, and refuses members that are given twice, of which the last would win
-/// in silence, and depths that no document has, before they cost memory.
+/// in silence, and depths and widths that no document has, before they cost memory and time.
 class CheckedTreeBuilder : public TreeBuilder {
  public:
   explicit CheckedTreeBuilder(Json& root) : TreeBuilder(root) {}
@@ -33,6 +34,8 @@ class CheckedTreeBuilder : public TreeBuilder {
   bool key(std::string& name) {
     if (!members_[depth_].insert(name).second)
       throw RecordError("The member " + inQuotes(name) + " is given twice in one object");
+    if (members_[depth_].size() > kMaxMembers)
+      throw RecordError("An object has more members than any record");
     return TreeBuilder::key(name);
   }
   bool end_object() {

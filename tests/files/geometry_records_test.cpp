@@ -247,6 +247,13 @@ std::string document(const std::string& entities) {
   return R"({"format": "morvel geometry", "version": 1, "entities": [)" + entities + "]}";
 }
 
+std::string objectOf(int memberCount) {
+  std::string text;
+  for (int k = 0; k < memberCount; ++k)
+    text += (k == 0 ? "{\"" : ",\"") + std::to_string(k) + "\":0";
+  return text + "}";
+}
+
 TEST(GeometryRecords, FaultsAreNamedWithTheirPlace) {
   const std::string line = R"({"id": 5, "kind": "curve", "type": "LineCurve", )";
   const std::string spline = R"({"id": 5, "kind": "curve", "type": "NurbsCurve",
@@ -303,6 +310,7 @@ TEST(GeometryRecords, FaultsAreNamedWithTheirPlace) {
       {R"({"format": "other", "version": 1, "entities": []})", "format must be"},
       {R"({"format": "morvel geometry", "version": 1})", "entities must be an array"},
       {std::string(1000000, '['), "nested too deeply"},
+      {objectOf(1000000), "more members than any record"},
   };
   for (const auto& entry : cases) {
     const std::string& text = entry.first;
