@@ -367,7 +367,7 @@ std::vector<std::vector<Point3D>> UnifiedProjectionEngine::generate_preview(
 }
 
 std::vector<ProjectionResult> UnifiedProjectionEngine::project_single_curve(
-    const Curve& curve, std::shared_ptr<const Surface> surface,
+    const Curve& curve, const std::shared_ptr<const Surface>& surface,
     const UnifiedProjectionParams& params) {
   requireValid(params);
   if (!surface) throw std::invalid_argument("Surface must not be null");
@@ -480,9 +480,9 @@ double UnifiedProjectionEngine::calculate_curve_length(const Curve& curve, int s
 }
 
 std::unique_ptr<CurveOnSurface> projectCurve(const Curve& curve,
-                                             std::shared_ptr<const Surface> surface,
+                                             const std::shared_ptr<const Surface>& surface,
                                              const UnifiedProjectionParams& params) {
-  auto pieces = UnifiedProjectionEngine::project_single_curve(curve, std::move(surface), params);
+  auto pieces = UnifiedProjectionEngine::project_single_curve(curve, surface, params);
   return pieces.size() == 1 ? std::move(pieces.front().curve_on_surface) : nullptr;
 }
 

@@ -76,9 +76,9 @@ class MORVEL_API UnifiedProjectionEngine {
 
   /// The pieces of a curve's projection; none where it misses the surface.
   /// @throws as project_geometry; std::invalid_argument for a curve or surface that is not finite
-  static std::vector<ProjectionResult> project_single_curve(const Curve& curve,
-                                                            std::shared_ptr<const Surface> surface,
-                                                            const UnifiedProjectionParams& params);
+  static std::vector<ProjectionResult> project_single_curve(
+      const Curve& curve, const std::shared_ptr<const Surface>& surface,
+      const UnifiedProjectionParams& params);
 
   /// The samples of those pieces. A piece ends where the curve leaves the surface, or where the
   /// foot jumps (also over the seam of a closed surface); its end is narrowed down to rounding.
@@ -123,8 +123,8 @@ class MORVEL_API UnifiedProjectionEngine {
 /// The projection of a curve as one curve on the surface: null where it misses the surface, or
 /// falls into several pieces.
 /// @throws as UnifiedProjectionEngine::project_single_curve
-MORVEL_API std::unique_ptr<CurveOnSurface> projectCurve(const Curve& curve,
-                                                        std::shared_ptr<const Surface> surface,
-                                                        const UnifiedProjectionParams& params = {});
+MORVEL_API std::unique_ptr<CurveOnSurface> projectCurve(
+    const Curve& curve, const std::shared_ptr<const Surface>& surface,
+    const UnifiedProjectionParams& params = {});
 
 }  // namespace trova::projection

@@ -156,7 +156,7 @@ class MORVEL_API RTreeSpatialIndex {
 
   std::size_t estimateMemoryUsage() const {
     const SpatialIndexStatistics statistics = getPerformanceStats();
-    return sizeof(*this) + statistics.nodeCount * (sizeof(Node) + sizeof(Node*)) +
+    return sizeof(*this) + statistics.nodeCount * (sizeof(Node) + sizeof(std::unique_ptr<Node>)) +
            count_ * sizeof(Entry);
   }
 

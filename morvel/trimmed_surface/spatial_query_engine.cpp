@@ -51,6 +51,7 @@ std::size_t SpatialQueryEngine::indexOf(const TrimLoop* loop) const {
 std::vector<std::size_t> SpatialQueryEngine::indicesOf(
     const std::vector<const TrimLoop*>& loops) const {
   std::vector<std::size_t> indices;
+  indices.reserve(loops.size());
   for (const TrimLoop* loop : loops)
     indices.push_back(indexOf(loop));
   std::sort(indices.begin(), indices.end());

@@ -70,7 +70,7 @@ void CellTree::nearCells(const Vector3d& point, std::vector<Candidate>& found) c
     if (bound > reach) continue;
     const Node& node = nodes_[std::size_t(index)];
     for (std::int32_t k = 0; k < node.count; ++k) {
-      const SurfaceCell& cell = cells_[std::size_t(node.first + k)];
+      const SurfaceCell& cell = cells_[std::size_t(node.first) + std::size_t(k)];
       reach = std::min(reach, (cell.middle - point).squaredNorm());
       const double toCell = cell.squaredDistance(point);
       if (toCell <= reach) found.push_back({toCell, &cell});

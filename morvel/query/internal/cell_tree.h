@@ -55,7 +55,7 @@ class CellTree {
     const Node& node = nodes_[std::size_t(index)];
     if (!enter(node.box)) return;
     for (std::int32_t k = 0; k < node.count; ++k)
-      visit(cells_[std::size_t(node.first + k)]);
+      visit(cells_[std::size_t(node.first) + std::size_t(k)]);
     if (node.count > 0) return;
     forEach(node.first, enter, visit);
     forEach(node.first + 1, enter, visit);

@@ -67,6 +67,7 @@ struct Direction {
   int width() const { return degree + 1; }
   std::vector<std::vector<double>> allBezierRows() const {
     std::vector<std::vector<double>> rows;
+    rows.reserve(std::size_t(spans));
     for (int span = 0; span < spans; ++span)
       rows.push_back(bezierRows(span, degree, spans));
     return rows;
