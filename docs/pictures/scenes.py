@@ -220,9 +220,9 @@ def files(path: Path) -> None:
         for k, tolerance in enumerate((0.1, 0.02, 0.004)):
             ring.export(f"{folder}/ring.obj", tolerance=tolerance)
             mesh = moved(morvel.read_obj(f"{folder}/ring.obj"), (3.1 * k, 0.0, 0.0))
-            scene.add(mesh, (SAND, MOSS, SLATE)[k])
-            for triangle in mesh.triangles:
-                scene.line(mesh.vertices[triangle[[0, 1, 2, 0]]], INK, 0.006)
+            corners = mesh.vertices[mesh.triangles].reshape(-1, 3)  # apart, so that facets show
+            facets = np.arange(len(corners)).reshape(-1, 3)
+            scene.add(morvel.Mesh(corners, facets), (SAND, MOSS, SLATE)[k])
     scene.save(path, 1000, 360)
 
 
