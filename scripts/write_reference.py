@@ -155,6 +155,9 @@ def referenced(text: str) -> str:
             parts.append(reference(declared[0].header, declared, every_name))
         return match["mark"] + "\n\n" + "\n".join(parts) + "\n" + END_OF_FUNCTIONS
 
+    marks = re.findall(rf"<!-- functions of (?=\S)|{END_OF_FUNCTIONS}", text)
+    if len(marks) % 2 or any((mark == END_OF_FUNCTIONS) != k % 2 for k, mark in enumerate(marks)):
+        raise ValueError("every mark of functions needs its end before the next one")
     pattern = rf"(?P<mark><!-- functions of (?P<headers>(?:\S+ )+)-->).*?{END_OF_FUNCTIONS}"
     return re.sub(pattern, section, text, flags=re.DOTALL)
 
@@ -166,7 +169,11 @@ def main() -> int:
     stale = []
     for path in page_paths():
         text = path.read_text("utf-8")
-        fresh = referenced(text)
+        try:
+            fresh = referenced(text)
+        except ValueError as fault:
+            print(f"{path.relative_to(ROOT)}: {fault}", file=sys.stderr)
+            return 1
         if fresh != text:
             stale.append(str(path.relative_to(ROOT)))
             if not arguments.check:

@@ -3,6 +3,7 @@
 import pytest
 
 from documents import anchor_of, read_page
+from write_reference import referenced
 
 PAGE = """# A page
 
@@ -58,3 +59,11 @@ def test_headings_become_anchors_and_links_to_other_sites_are_left_alone():
 def test_a_block_without_an_end_is_a_fault(text):
     with pytest.raises(ValueError, match="page.md:1"):
         read_page("page.md", text)
+
+
+def test_functions_without_an_end_are_not_written_over_the_words_behind_them():
+    mark = "<!-- functions of morvel/api/c/log.h -->"
+    end = "<!-- end of functions -->"
+    assert "set_log_level" in referenced(f"{mark}\n{end}\n")
+    with pytest.raises(ValueError, match="needs its end"):
+        referenced(f"{mark}\nwords\n\n{mark}\n{end}\n")
