@@ -21,9 +21,9 @@ export class Panel {
     this.actions = actions;
     this.buttons = {};
     this.root = element("div", { class: "panel" });
-    this.root.append(this.#heading(), this.#bar(), this.#legend());
-    if (model.groups.length > 1) this.root.append(this.#objects());
-    this.root.append(this.#help());
+    const side = element("div", { class: "side" }, this.#heading());
+    if (model.groups.length > 1) side.append(this.#objects());
+    this.root.append(side, this.#bar(), this.#legend(), this.#help());
   }
 
   #heading() {
