@@ -24,7 +24,7 @@ using TreeBuilder = nlohmann::detail::json_sax_dom_parser<Json>;
 /// in silence, and depths and widths that no document has, before they cost memory and time.
 class CheckedTreeBuilder : public TreeBuilder {
  public:
-  explicit CheckedTreeBuilder(Json& root) : TreeBuilder(root) {}
+  explicit CheckedTreeBuilder(Json& tree) : TreeBuilder(tree) {}
 
   bool start_object(std::size_t size) {
     enter();
