@@ -6,6 +6,7 @@
 
 #include "morvel/api/c/rolling_ball.h"
 #include "morvel/api/internal/blend_access.h"
+#include "morvel/api/last_error.h"
 #include "morvel/blend/rolling_ball_blend_orchestrator.h"
 
 using namespace trova_internal;
@@ -86,7 +87,6 @@ int storeBlend(RollingBallBlendResult result, const BlendArguments& arguments) {
 }
 
 void writeSides(const RollingBallBlendResult& result, int* sides) {
-  if (!sides) return;
   sides[0] = result.distance1 > 0.0 ? 1 : -1;
   sides[1] = result.distance2 > 0.0 ? 1 : -1;
 }
@@ -105,6 +105,18 @@ void writeContacts(const std::vector<tb::ContactTriplet>& contacts, double* out,
     writeTriple(at.first.position, row + kDoublesPerPoint);
     writeTriple(at.second.position, row + 2 * kDoublesPerPoint);
   }
+}
+
+/// One a line.
+std::string warningText(const RollingBallBlendResult& result) {
+  std::string text;
+  for (const std::string& warning : result.warnings)
+    text += (text.empty() ? "" : "\n") + warning;
+  return text;
+}
+
+void writeWarnings(const std::string& text, char* out, int size) {
+  if (out && size > 0) copyText(text, out, size);
 }
 
 bool isRadius(double radius) { return radius > 0.0 && std::isfinite(radius); }
@@ -158,7 +170,8 @@ int create_rolling_ball_blend_with_method(int surface1, int surface2, double rad
                                           int intersectionResolution, int samplesAlong,
                                           int samplesAcross, int blendOnly, int validate,
                                           int* sides, int* offset1, int* offset2, int* spine,
-                                          double* contacts, int capacity, int* contactCount) {
+                                          double* contacts, int capacity, int* contactCount,
+                                          char* warnings, int warningsSize) {
   const BlendArguments arguments{__func__,      offsetResolution, intersectionResolution,
                                  samplesAlong,  samplesAcross,    blendOnly != 0,
                                  validate != 0, offset1,          offset2,
@@ -170,7 +183,7 @@ int create_rolling_ball_blend_with_method(int surface1, int surface2, double rad
     if (!isRadius(tolerance))
       return refuseIn(arguments.function, "Invalid tolerance (must be > 0)");
     if (const int code = arguments.checkResolutions()) return code;
-    if (capacity < 0) return refuseIn(arguments.function, "Invalid capacity");
+    if (capacity < 0 || warningsSize < 0) return refuseIn(arguments.function, "Invalid capacity");
     SurfacePairByHandle pair;
     if (const int code = pair.find(arguments.function, surface1, surface2)) return code;
     RollingBallBlendConfig config = arguments.config();
@@ -178,14 +191,14 @@ int create_rolling_ball_blend_with_method(int surface1, int surface2, double rad
     RollingBallBlendResult result = Orchestrator::createWithMethod(
         *pair.first, *pair.second, radius, static_cast<BlendMethod>(method), config);
     const std::vector<tb::ContactTriplet> stations = result.contacts;
-    const double side1 = result.distance1, side2 = result.distance2;
+    const std::string warned = warningText(result);
+    int taken[2];
+    writeSides(result, taken);
     const int handle = storeBlend(std::move(result), arguments);
     if (handle < 0) return handle;
-    if (sides) {
-      sides[0] = side1 > 0.0 ? 1 : -1;
-      sides[1] = side2 > 0.0 ? 1 : -1;
-    }
+    if (sides) std::copy(taken, taken + 2, sides);
     writeContacts(stations, contacts, capacity, contactCount);
+    writeWarnings(warned, warnings, warningsSize);
     return handle;
   });
 }
@@ -193,7 +206,8 @@ int create_rolling_ball_blend_with_method(int surface1, int surface2, double rad
 int create_variable_rolling_ball_blend(int surface1, int surface2, const double* parameters,
                                        const double* radii, int count, int interpolation,
                                        int method, int intersectionResolution, int samplesAlong,
-                                       int samplesAcross, int* sides, int* spine) {
+                                       int samplesAcross, int* sides, int* spine, char* warnings,
+                                       int warningsSize) {
   constexpr int kOffsetSamples = 3;  // those surfaces are not handed out
   BlendArguments arguments{__func__,     kOffsetSamples, intersectionResolution,
                            samplesAlong, samplesAcross,  false,
@@ -208,6 +222,7 @@ int create_variable_rolling_ball_blend(int surface1, int surface2, const double*
       return refuseIn(function, "Invalid method (must be 0-4)");
     if (const int code = arguments.checkResolutions()) return code;
     if (!countsFit({count})) return refuseIn(function, "count out of range");
+    if (warningsSize < 0) return refuseIn(function, "Invalid capacity");
     if (!areLawParameters(parameters, count)) return refuseIn(function, "Parameter out of range");
     if (!areRadii(radii, count)) return refuseIn(function, "Invalid radius value");
     SurfacePairByHandle pair;
@@ -222,10 +237,12 @@ int create_variable_rolling_ball_blend(int surface1, int surface2, const double*
     writeSides(result, taken);
     if (!result.blend_surface || !isSound(*result.blend_surface))
       return refuse(kExceptionCaught, std::string(function) + ": " + failureText(result));
+    const std::string warned = warningText(result);
     StoredSurface blend(std::move(result.blend_surface), function);
     const int stored = spine && path ? storeFinite(std::move(path)) : 0;
     writeUnlessNull(spine, stored);
     if (sides) std::copy(taken, taken + 2, sides);
+    writeWarnings(warned, warnings, warningsSize);
     return blend.keep();
   });
 }

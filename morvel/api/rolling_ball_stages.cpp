@@ -1,6 +1,6 @@
 // The stages of rolling-ball blends by handle.
 
-#include <array>
+#include <algorithm>
 #include <cmath>
 
 #include "morvel/api/c/rolling_ball.h"
@@ -71,6 +71,7 @@ struct BranchOutput {
   double* uv2;
   int* ends;
   int* closed;
+  int* endKinds;
 
   void write(const tb::SurfaceIntersection& met) const {
     std::ptrdiff_t at = 0;
@@ -83,6 +84,10 @@ struct BranchOutput {
       }
       if (ends) ends[b] = static_cast<int>(at);
       if (closed) closed[b] = met.branches[b].is_closed ? 1 : 0;
+      if (endKinds) {
+        endKinds[2 * b] = static_cast<int>(met.branches[b].start);
+        endKinds[2 * b + 1] = static_cast<int>(met.branches[b].end);
+      }
     }
   }
 };
@@ -95,6 +100,8 @@ int storeCanal(const char* function, const double* centres, const double* contac
   tb::CanalSurfaceConfig config;
   config.samples_along = samplesAlong;
   config.samples_across = samplesAcross;
+  constexpr double kShare = 1e-4;
+  config.position_tolerance = kShare * *std::min_element(radii.begin(), radii.end());
   tb::CanalResult made = tb::CanalSurfaceConstructor::constructFromTriplets(
       copyPoints(centres, count), copyPoints(contacts1, count), copyPoints(contacts2, count), radii,
       config);
@@ -191,7 +198,7 @@ int solve_variable_spine_contact(int surface1, int surface2, double distance1, d
 
 int compute_surface_intersection(int surface1, int surface2, double tolerance, int resolution,
                                  double* points, double* uv1, double* uv2, int capacity,
-                                 int* branchEnds, int* closed, int branchCapacity,
+                                 int* branchEnds, int* closed, int* endKinds, int branchCapacity,
                                  double* tangencies, int tangencyCapacity, int* pointCount,
                                  int* branchCount, int* tangencyCount, int* coincide) {
   const char* const function = __func__;
@@ -221,11 +228,11 @@ int compute_surface_intersection(int surface1, int surface2, double tolerance, i
     writeUnlessNull(tangencyCount, static_cast<int>(met.tangencies.size()));
     writeUnlessNull(coincide, met.coincide ? 1 : 0);
     const bool wantsPoints = points || uv1 || uv2;
-    const bool wantsBranches = branchEnds || closed;
+    const bool wantsBranches = branchEnds || closed || endKinds;
     if ((wantsPoints && count > std::size_t(capacity)) ||
         (wantsBranches && met.branches.size() > std::size_t(branchCapacity)))
       return refuseIn(function, "Buffer too small", kRoomTooSmall);
-    BranchOutput{points, uv1, uv2, branchEnds, closed}.write(met);
+    BranchOutput{points, uv1, uv2, branchEnds, closed, endKinds}.write(met);
     for (int k = 0; tangencies && k < tangencyCapacity && k < int(met.tangencies.size()); ++k)
       writeTriple(finiteResult(met.tangencies[std::size_t(k)].point),
                   tangencies + std::ptrdiff_t(kDoublesPerPoint) * k);

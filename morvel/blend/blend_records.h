@@ -18,13 +18,13 @@ inline constexpr double kUnset = -1.0;
 
 /// Of the search for contact points.
 struct MORVEL_API ContactPointConfig {
-  double tolerance = 1e-6;           ///< of a residual that counts as touching
-  double distance_tolerance = 1e-8;  ///< not read: the gradient alone decides
+  double tolerance = 1e-6;           ///< not read by the search: the gradient alone decides there
+  double distance_tolerance = 1e-8;  ///< not read either
   double gradientTolerance = 1e-6;   ///< of |(r.Su, r.Sv)|
   int maxIterations = 100;
-  double stepScale = 0.8;  ///< share of each Newton step that is taken
-  double parameter_tolerance = 1e-10;
-  bool use_multi_start = true;  ///< the fixed starts follow where Newton's steps fail
+  double stepScale = 0.8;              ///< share of each Newton step that is taken
+  double parameter_tolerance = 1e-10;  ///< not read: the steps' length is no measure
+  bool use_multi_start = true;         ///< the fixed starts follow where Newton's steps fail
 };
 
 struct MORVEL_API SurfaceIntersectionConfig {
@@ -33,19 +33,19 @@ struct MORVEL_API SurfaceIntersectionConfig {
   double turn_limit = kUnset;     ///< radians between the directions at successive points
   double tangent_sine = kUnset;   ///< below this sine of the crossing angle surfaces are tangent
   int only_branch = -1;           ///< -1: every branch
-  int most_branches = -1;         ///< -1: a fixed bound
+  int fewest_cells = -1;          ///< per direction; -1: as many as a surface's spans ask for
   int sampling_resolution = 100;  ///< most cells per direction in the search for starts
   double tolerance = 0.01;        ///< of the curve between its points
   int max_iterations = 1000;      ///< steps along one branch, in either direction
   bool refine = true;             ///< points are added until the tolerance holds between them
   bool join_pieces = true;        ///< at seams of closed surfaces
-  int starts_per_cell = 1;        ///< the middle of a pair of cells; more where it fails
+  int starts_per_cell = 1;        ///< per direction of a pair of cells; 1: the middle will do
   bool keep_short = false;        ///< also pieces shorter than the tolerance
-  bool reverse = false;           ///< not read
+  bool reverse = false;           ///< branches run against n1 x n2
   bool sort_by_length = true;     ///< the longest branch first
-  bool report_tangency = true;    ///< not read: it always is
-  bool stop_at_folds = true;      ///< where an offset surface turns over
-  bool verbose = false;           ///< not read
+  bool report_tangency = true;    ///< places of tangency are handed out
+  bool keep_folded = true;        ///< also branches that end where an offset surface turns over
+  bool verbose = false;           ///< says what each branch is
 };
 
 /// How the cross-sections of the ball are made.
@@ -58,17 +58,17 @@ enum class CrossSectionKind : int {
 struct MORVEL_API CanalSurfaceConfig {
   int samples_along = 50;  ///< at least; more where the accuracy asks for them
   int samples_across = 20;
-  int degree_u = 3;  ///< along the spine
-  int degree_v = 3;  ///< across
-  double position_tolerance = 1e-6;
-  double parameter_tolerance = 1e-8;
-  bool refine_along = true;    ///< samples are added until the surface is within the tolerance
-  bool check_surface = true;   ///< the result is measured before it is handed out
-  int closing = 0;             ///< not read: a closed spine gives coinciding end sections
-  bool uniform_knots = true;   ///< surfaces are evaluated on these whatever they store
-  int cross_section_kind = 0;  ///< CrossSectionKind
-  int section_points = 7;      ///< fewest across, whatever is asked for
-  bool shorter_arc = true;     ///< of the two arcs between the contacts
+  int degree_u = 3;                   ///< along the spine
+  int degree_v = 3;                   ///< across
+  double position_tolerance = 1e-6;   ///< from exact sections, model units
+  double parameter_tolerance = 1e-8;  ///< centres closer than this share of the path coincide
+  bool refine_along = true;           ///< sections are added until the position tolerance holds
+  bool check_surface = true;          ///< the deviation is measured, also where nothing is refined
+  int closing = 0;                    ///< 1: both ends, which coincide, get the same tangents
+  bool interpolate = true;            ///< through the sections; else SurfaceEngine1 fits them
+  int cross_section_kind = 0;         ///< CrossSectionKind
+  int section_points = 7;             ///< fewest across, whatever is asked for
+  bool shorter_arc = true;            ///< of the two arcs between the contacts
 };
 
 struct MORVEL_API ParameterRange {
@@ -78,7 +78,7 @@ struct MORVEL_API ParameterRange {
 
 struct MORVEL_API VariableSpineConfig {
   double tolerance = 1e-8;       ///< of the residuals, model units
-  double step_tolerance = 1e-6;  ///< of the last step, as a share of the radius
+  double step_tolerance = 1e-6;  ///< shorter steps (share of the radius) that gain nothing end it
   int max_iterations = 50;
   double step_scale = 0.8;  ///< of the first step; Newton's full step once it converges
   double regularization = 1e-12;
@@ -107,15 +107,15 @@ struct MORVEL_API ContactTriplet {
 };
 
 struct MORVEL_API RollingBallBlendConfig {
-  int offset_resolution = 20;        ///< samples per direction of the offset surfaces, 3 .. 200
-  double offset_step = 0.1;          ///< above 0
-  int intersection_resolution = 20;  ///< 5 .. 100
-  int intersection_sampling = 50;    ///< most cells per direction in the search for the spine
-  int intersection_refinement = 100;
+  int offset_resolution = 20;         ///< samples per direction of the offset surfaces, 3 .. 200
+  double offset_step = 0.1;           ///< above 0
+  int intersection_resolution = 20;   ///< 5 .. 100, fewest points of the spine's curve
+  int intersection_sampling = 50;     ///< most cells per direction in the search for the spine
+  int intersection_refinement = 100;  ///< cells of a second search, where the first finds no spine
   double intersection_tolerance = 0.01;  ///< of the marching; the spine is finer (spineTolerance)
   int intersection_max_iterations = 1000;
-  double contact_tolerance = 1e-6;
-  double contact_distance_tolerance = 1e-8;
+  double contact_tolerance = 1e-6;  ///< of a residual that touches; at least 1e-3 of the radius
+  double contact_distance_tolerance = 1e-8;  ///< as in ContactPointConfig
   double contact_gradient_tolerance = 1e-6;
   int contact_max_iterations = 100;
   double contact_step_scale = 0.8;
@@ -126,12 +126,12 @@ struct MORVEL_API RollingBallBlendConfig {
   int canal_degree_v = 3;
   bool canal_refine_along = true;
   bool canal_check_surface = true;
-  int canal_section_kind = 1;  ///< CrossSectionKind
-  bool reverse_spine = false;
-  bool blend_only = true;      ///< offset surfaces and spine are not handed out
-  bool validate = true;        ///< contacts and the final surface are checked
-  bool longest_branch = true;  ///< of several spines; else the first found
-  double final_tolerance = 1e-6;
+  int canal_section_kind = 1;       ///< CrossSectionKind
+  bool canal_fit_sections = false;  ///< by SurfaceEngine1 in place of interpolation
+  bool blend_only = true;           ///< offset surfaces and spine are not handed out
+  bool validate = true;             ///< contacts and the final surface are checked
+  bool longest_branch = true;       ///< of several spines; else the first found
+  double final_tolerance = 1e-6;    ///< of the ends of a closed blend to each other, model units
 };
 
 /// The tolerance to which the spine is refined.
@@ -157,6 +157,7 @@ struct MORVEL_API RollingBallBlendResult {
   std::vector<ContactTriplet> contacts;  ///< along the spine
   int spine_branches = 0;                ///< that the offset surfaces meet in
   bool is_closed = false;                ///< of the spine
+  bool is_complete = true;               ///< the spine runs on to the surfaces' edges, or closes
   double radius = 0.0;
   double radius_deviation = 0.0;
   double continuity_defect = 0.0;

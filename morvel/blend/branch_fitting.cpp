@@ -12,7 +12,6 @@ using Eigen::Vector3d;
 namespace {
 
 constexpr int kDegree = 3;
-constexpr int kFewestPoints = 16;
 constexpr int kMostPoints = 1000;
 
 std::unique_ptr<BSplineCurve> curveThrough(const internal::BranchPace& pace, int count) {
@@ -74,12 +73,13 @@ IntersectionPoint BranchPace::at(double fraction) const {
 }  // namespace internal
 
 std::unique_ptr<BSplineCurve> SurfaceIntersectionGenerator::fitBranch(
-    const IntersectionBranch& branch, double tolerance) {
+    const IntersectionBranch& branch, double tolerance, int fewest) {
   if (branch.points.size() < 2) return nullptr;
   const internal::BranchPace pace(branch);
   if (!(pace.length() > 0.0)) return nullptr;
   std::unique_ptr<BSplineCurve> curve;
-  for (int count = kFewestPoints;; count = std::min(2 * count, kMostPoints)) {
+  for (int count = std::clamp(fewest, kDegree + 1, kMostPoints);;
+       count = std::min(2 * count, kMostPoints)) {
     curve = curveThrough(pace, count);
     if (count == kMostPoints || deviationOf(*curve, pace, count) <= tolerance) return curve;
   }

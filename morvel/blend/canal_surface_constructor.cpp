@@ -5,6 +5,7 @@
 
 #include "morvel/blend/internal/net_interpolation.h"
 #include "morvel/fitting/global_interpolation.h"
+#include "morvel/fitting/surface_engine1.h"
 #include "morvel/foundation/progress.h"
 
 namespace trova::geometry::blend {
@@ -13,6 +14,7 @@ namespace {
 constexpr int kMostSections = 1000;
 /// Contacts whose directions from the centre are closer than this sine give no arc.
 constexpr double kLeastSine = 1e-6;
+constexpr double kFitTolerances = 10.0;  // a fitted surface may be so many tolerances away
 
 /// Points at equal angles about a centre, from `start` (a vector from it) towards `goal`.
 std::vector<Point3D> arcAbout(const Point3D& centre, const Vector3D& start, const Vector3D& goal,
@@ -59,14 +61,16 @@ class Builder {
         across_(std::max({config.samples_across, config.section_points, config.degree_v + 1}),
                 config.degree_v) {}
 
-  CanalResult build(double deviation) {
+  CanalResult build() {
     foundation::progress::Stage stage("building the surface");
     int count = std::clamp(config_.samples_along, config_.degree_u + 1, kMostSections);
+    if (!config_.interpolate) return fitted(count);
     for (;; count = std::min(2 * count, kMostSections)) {
       result_.surface = through(count);
       if (!result_.surface) return std::move(result_);
+      if (!config_.refine_along && !config_.check_surface) return std::move(result_);
       if (!measure(count)) return fail();
-      const bool isDone = !config_.refine_along || result_.deviation <= deviation;
+      const bool isDone = !config_.refine_along || result_.deviation <= config_.position_tolerance;
       if (!isDone && count < kMostSections) continue;
       stage.finish();
       return std::move(result_);
@@ -74,6 +78,25 @@ class Builder {
   }
 
  private:
+  CanalResult fitted(int count) {
+    std::vector<Point3D> points;
+    for (int i = 0; i < count; ++i) {
+      const std::vector<Point3D> across = section(i / (count - 1.0));
+      if (across.empty()) return fail();
+      points.insert(points.end(), across.begin(), across.end());
+    }
+    SurfaceEngine1 engine(std::move(points), config_.degree_u, config_.degree_v);
+    const SurfaceFittingResult fit =
+        engine.fit_bspline_surface(SurfaceParameterizationMethod::LEAST_SQUARES_PLANE);
+    result_.deviation = fit.max_deviation;
+    if (fit.is_valid && fit.surface && fit.surface->isValid() &&
+        fit.max_deviation <= kFitTolerances * config_.position_tolerance)
+      result_.surface = std::make_unique<BSplineSurface>(*fit.surface);
+    else
+      result_.error = "SurfaceEngine1 created surface is invalid";
+    return std::move(result_);
+  }
+
   CanalResult fail() {
     result_.surface.reset();
     return std::move(result_);
@@ -103,7 +126,8 @@ class Builder {
       for (int j = 0; j < width; ++j)
         net(i, j) = points[std::size_t(j)];
     }
-    auto surface = internal::surfaceThrough(std::move(net), config_.degree_u, config_.degree_v);
+    auto surface = internal::surfaceThrough(std::move(net), config_.degree_u, config_.degree_v,
+                                            config_.closing == 1);
     if (!surface || !surface->isValid()) {
       result_.error = "Constructed canal surface is invalid";
       return nullptr;
@@ -140,10 +164,15 @@ class TripletPath {
   static std::optional<TripletPath> make(std::span<const Point3D> centres,
                                          std::span<const Point3D> contacts1,
                                          std::span<const Point3D> contacts2,
-                                         std::span<const double> radii) {
+                                         std::span<const double> radii, double least) {
     TripletPath path;
     const std::vector<Point3D> points(centres.begin(), centres.end());
     const std::vector<double> at = getChordParameterization(points);
+    double length = 0.0;
+    for (std::size_t k = 1; k < points.size(); ++k)
+      length += points[k].distanceTo(points[k - 1]);
+    for (std::size_t k = 1; k < points.size(); ++k)
+      if (!(points[k].distanceTo(points[k - 1]) > least * length)) return std::nullopt;
     constexpr int kCubic = 3;
     const int degree = std::min(kCubic, static_cast<int>(points.size()) - 1);
     std::vector<Point3D> numbers;
@@ -227,8 +256,7 @@ std::vector<Point3D> CanalSurfaceConstructor::generateConstrainedBSplineCrossSec
 }
 
 CanalResult CanalSurfaceConstructor::constructCanalSurface(const BallPath& path,
-                                                           const CanalSurfaceConfig& config,
-                                                           double deviation) {
+                                                           const CanalSurfaceConfig& config) {
   CanalResult none;
   constexpr int kHighestDegree = 9;
   const auto isDegree = [](int degree) { return degree >= 1 && degree <= kHighestDegree; };
@@ -236,7 +264,7 @@ CanalResult CanalSurfaceConstructor::constructCanalSurface(const BallPath& path,
     none.error = "The degrees of the canal surface must be 1-9";
     return none;
   }
-  return Builder(path, config).build(deviation);
+  return Builder(path, config).build();
 }
 
 CanalResult CanalSurfaceConstructor::constructFromTriplets(std::span<const Point3D> centres,
@@ -249,12 +277,11 @@ CanalResult CanalSurfaceConstructor::constructFromTriplets(std::span<const Point
   const std::size_t count = centres.size();
   if (count < 2 || contacts1.size() != count || contacts2.size() != count) return none;
   if (radii.size() != 1 && radii.size() != count) return none;
-  const auto path = TripletPath::make(centres, contacts1, contacts2, radii);
-  none.error = "No path through the centres";
+  const auto path =
+      TripletPath::make(centres, contacts1, contacts2, radii, config.parameter_tolerance);
+  none.error = "No path through the centres: neighbours coincide or are not finite";
   if (!path) return none;
-  constexpr double kShare = 1e-4;
-  const double least = *std::min_element(radii.begin(), radii.end());
-  return constructCanalSurface([&](double t) { return path->at(t); }, config, kShare * least);
+  return constructCanalSurface([&](double t) { return path->at(t); }, config);
 }
 
 }  // namespace trova::geometry::blend

@@ -23,13 +23,15 @@ struct MORVEL_API CanalResult {
 
 class MORVEL_API CanalSurfaceConstructor {
  public:
-  /// Through exact sections. Sections are added along the spine until those half-way between are
-  /// met within `deviation` (at most 1000).
-  static CanalResult constructCanalSurface(const BallPath& path, const CanalSurfaceConfig& config,
-                                           double deviation);
+  /// Through exact sections. Sections are added along the spine until those between are met within
+  /// the position tolerance (at most 1000).
+  ///
+  /// Without `interpolate` SurfaceEngine1 fits the points of the sections, on parameters of its own
+  /// (those of their plane); a surface further from them than ten tolerances is refused.
+  static CanalResult constructCanalSurface(const BallPath& path, const CanalSurfaceConfig& config);
 
   /// Through given triplets of centre and contacts, spread by the distances of the centres; between
-  /// them splines. For fewer than two triplets, or centres that coincide, an error.
+  /// them splines. For fewer than two triplets, or neighbours that coincide, an error.
   /// @param radii  one for all, or one a triplet: the distances of the contacts from the centres
   ///               are brought to them
   static CanalResult constructFromTriplets(std::span<const Point3D> centres,
@@ -38,9 +40,9 @@ class MORVEL_API CanalSurfaceConstructor {
                                            std::span<const double> radii,
                                            const CanalSurfaceConfig& config);
 
-  /// `count` points from contact 1 to contact 2 on the sphere about the centre, at equal angles of
-  /// the circle through both contacts in the plane that contains the centre. Empty where the
-  /// contacts lie opposite each other or in one direction.
+  /// Points at `shares` of the angle from contact 1 to contact 2 on the sphere about the centre, at
+  /// equal angles of the circle through both contacts in the plane that contains the centre. Empty
+  /// where the contacts lie opposite each other or in one direction.
   static std::vector<Point3D> generateCircularCrossSection(const BallStation& station,
                                                            std::span<const double> shares,
                                                            bool shorterArc = true);

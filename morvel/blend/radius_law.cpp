@@ -46,4 +46,7 @@ double RadiusLaw::at(double t) const {
          h * a * b * (a * slopes_[k - 1] - b * slopes_[k]);
 }
 
+// Neither kind of law leaves its values.
+double RadiusLaw::least() const { return *std::min_element(radii_.begin(), radii_.end()); }
+
 }  // namespace trova::geometry::blend

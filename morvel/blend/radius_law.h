@@ -24,6 +24,8 @@ class MORVEL_API RadiusLaw {
   /// Constant before the first parameter and after the last one.
   double at(double t) const;
 
+  double least() const;
+
  private:
   void findSlopes();
 

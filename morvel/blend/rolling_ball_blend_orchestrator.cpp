@@ -1,6 +1,8 @@
 #include "morvel/blend/rolling_ball_blend_orchestrator.h"
 
+#include <chrono>
 #include <cmath>
+#include <exception>
 #include <iterator>
 #include <utility>
 
@@ -11,7 +13,7 @@
 namespace trova::geometry::blend {
 namespace {
 
-using internal::BlendRun;
+namespace status = foundation::status;
 
 struct Sides {
   double first;
@@ -33,10 +35,16 @@ double spineLength(const RollingBallBlendResult& result) {
   return sum;
 }
 
+bool isBetter(const RollingBallBlendResult& result, const RollingBallBlendResult& best) {
+  constexpr double kClearlyLonger = 1.01;
+  if (!best.success || result.is_complete != best.is_complete)
+    return !best.success || result.is_complete;
+  return spineLength(result) > kClearlyLonger * spineLength(best);
+}
+
 /// The run of every pair of sides, and the choice among them.
 template <class Run>
 RollingBallBlendResult bestOf(const Run& run) {
-  constexpr double kClearlyLonger = 1.01;
   RollingBallBlendResult best;
   std::vector<std::string> errors;
   foundation::progress::Stage stage("blending");
@@ -49,7 +57,7 @@ RollingBallBlendResult bestOf(const Run& run) {
       std::string text = std::string(sides.name) + ": " + result.status;
       if (!result.errors.empty()) text += " (" + result.errors.back() + ")";
       errors.push_back(std::move(text));
-    } else if (!best.success || spineLength(result) > kClearlyLonger * spineLength(best)) {
+    } else if (isBetter(result, best)) {
       best = std::move(result);
     }
   }
@@ -77,12 +85,82 @@ bool RollingBallBlendOrchestrator::validateConfig(const RollingBallBlendConfig& 
          isBetween(config.canal_samples_across, 3, 100);
 }
 
+void RollingBallBlendOrchestrator::logProgress(const char* stage, const char* text) {
+  status::progress(status::Symbol::None, "[INFO] ", stage, ": ", text);
+}
+
+RollingBallBlendResult RollingBallBlendOrchestrator::announced(RollingBallBlendResult result) {
+  for (const std::string& warning : result.warnings)
+    status::line(status::Level::Warning, status::Stream::Error, status::Symbol::None, "[WARNING] ",
+                 warning);
+  if (!result.success)
+    status::line(status::Level::Error, status::Stream::Error, status::Symbol::None, "[ERROR] ",
+                 result.status);
+  return result;
+}
+
+RollingBallBlendResult RollingBallBlendOrchestrator::carryOut(Run run) {
+  const auto start = std::chrono::steady_clock::now();
+  RollingBallBlendResult& result = run.result;
+  foundation::progress::Stage stage("blending");
+  try {
+    result.success = runStages(run);
+    if (result.success) stage.finish();
+  } catch (const foundation::progress::Cancelled&) {
+    throw;
+  } catch (const std::exception& e) {
+    result.status = std::string("Module 5 orchestration error: ") + e.what();
+    result.errors.push_back(result.status);
+  }
+  if (!result.success) {
+    result.blend_surface.reset();
+    cleanupIntermediateResults(run);
+  }
+  const auto elapsed = std::chrono::steady_clock::now() - start;
+  result.timing.total_ms = std::chrono::duration<double, std::milli>(elapsed).count();
+  return std::move(result);
+}
+
+bool RollingBallBlendOrchestrator::runStages(Run& run) {
+  logProgress("MODULE 5", "Starting Rolling Ball Blend Orchestration");
+  if (!checkInputs(run)) return false;
+  logProgress("MODULE 1", "Creating offset surfaces");
+  if (!executeModule1(run)) return false;
+  logProgress("MODULE 2", "Computing spine curve");
+  if (!executeModule2(run)) return false;
+  if (run.config.validate) {
+    logProgress("MODULE 3", "Validating contact constraints");
+    if (!executeModule3Validation(run))
+      run.warn("Contact point validation warnings (proceeding anyway)");
+  }
+  logProgress("MODULE 4", "Constructing canal surface");
+  if (!executeModule4(run)) return false;
+  if (run.config.blend_only) cleanupIntermediateResults(run);
+  if (run.config.validate) {
+    logProgress("MODULE 5", "Final validation");
+    if (!validateBlendResult(run)) return false;
+  }
+  run.result.status = "Rolling ball blend completed successfully";
+  logProgress("MODULE 5", run.result.status.c_str());
+  return true;
+}
+
+bool RollingBallBlendOrchestrator::checkInputs(Run& run) {
+  if (!validateConfig(run.config))
+    return run.fail("Configuration validation failed", "Invalid configuration parameters");
+  if (!run.surface1.isValid() || !run.surface2.isValid())
+    return run.fail("One or both input surfaces are invalid", "Invalid input surfaces");
+  if (!(run.radius() > 0.0) || !std::isfinite(run.distance1) || !std::isfinite(run.distance2))
+    return run.fail("Invalid radius", "Radius must be positive");
+  return true;
+}
+
 RollingBallBlendResult RollingBallBlendOrchestrator::createRollingBallBlend(
     const Surface& surface1, const Surface& surface2, double radius,
     const RollingBallBlendConfig& config) {
   // A radius that is not above 0 is refused after the checks before it.
   const double distance = radius > 0.0 ? radius : 0.0;
-  return BlendRun(surface1, surface2, distance, distance, config, nullptr).run();
+  return announced(carryOut({surface1, surface2, distance, distance, config}));
 }
 
 RollingBallBlendResult RollingBallBlendOrchestrator::createWithDistances(
@@ -91,18 +169,17 @@ RollingBallBlendResult RollingBallBlendOrchestrator::createWithDistances(
   constexpr double kSameShare = 1e-9;
   const bool areEqual =
       std::abs(std::abs(distance1) - std::abs(distance2)) <= kSameShare * std::abs(distance1);
-  return BlendRun(surface1, surface2, areEqual ? distance1 : 0.0, areEqual ? distance2 : 0.0,
-                  config, nullptr)
-      .run();
+  return announced(carryOut(
+      {surface1, surface2, areEqual ? distance1 : 0.0, areEqual ? distance2 : 0.0, config}));
 }
 
 RollingBallBlendResult RollingBallBlendOrchestrator::createWithMethod(
     const Surface& surface1, const Surface& surface2, double radius, BlendMethod method,
     const RollingBallBlendConfig& config) {
   const double r = radius > 0.0 ? radius : 0.0;
-  return byMethod(method, [&](const Sides& sides) {
-    return BlendRun(surface1, surface2, sides.first * r, sides.second * r, config, nullptr).run();
-  });
+  return announced(byMethod(method, [&](const Sides& sides) {
+    return carryOut({surface1, surface2, sides.first * r, sides.second * r, config});
+  }));
 }
 
 RollingBallBlendResult RollingBallBlendOrchestrator::createWithLaw(
@@ -111,17 +188,20 @@ RollingBallBlendResult RollingBallBlendOrchestrator::createWithLaw(
   // The guide of the planes is the spine of the radius between those at the ends.
   const double r = (law.at(0.0) + law.at(1.0)) / 2;
   const double guide = r > 0.0 ? r : 0.0;
-  return byMethod(method, [&](const Sides& sides) {
-    return BlendRun(surface1, surface2, sides.first * guide, sides.second * guide, config, &law)
-        .run();
-  });
+  return announced(byMethod(method, [&](const Sides& sides) {
+    return carryOut({surface1, surface2, sides.first * guide, sides.second * guide, config, &law});
+  }));
 }
 
 RollingBallBlendResult RollingBallBlendOrchestrator::createRollingBallBlendFromHandles(
     int, int, double, const RollingBallBlendConfig&) {
   RollingBallBlendResult result;
-  result.status = "Handle-based blend not fully implemented (placeholder)";
-  result.errors.emplace_back("Using surface handles requires registry integration");
+  try {
+    result.status = "Handle-based blend not fully implemented (placeholder)";
+    result.errors.emplace_back("Using surface handles requires registry integration");
+  } catch (const std::exception& e) {
+    result.status = std::string("Handle validation error: ") + e.what();
+  }
   return result;
 }
 

@@ -19,7 +19,8 @@ enum class BlendMethod : int {
   AgainstBoth = 1,
   AlongFirst = 2,  ///< along the first normal, against the second
   AlongSecond = 3,
-  Automatic = 4  ///< the sides with the longest spine; about equally long, the first of these
+  Automatic = 4  ///< the sides with the longest complete spine, else the longest; about equally
+                 ///< long, the first of these
 };
 inline constexpr int kBlendMethods = 5;
 
@@ -51,6 +52,28 @@ class MORVEL_API RollingBallBlendOrchestrator {
       int surface1, int surface2, double radius, const RollingBallBlendConfig& config = {});
 
   static bool validateConfig(const RollingBallBlendConfig& config);
+
+ private:
+  struct Run;
+
+  static RollingBallBlendResult carryOut(Run run);
+  static bool runStages(Run& run);
+  static bool checkInputs(Run& run);
+  /// Judges the distances; the offset surfaces, where they are handed out.
+  static bool executeModule1(Run& run);
+  /// The spine, and the path of the ball along it.
+  static bool executeModule2(Run& run);
+  static bool chooseBranch(Run& run, const SurfaceIntersection& met);
+  static bool followBranch(Run& run, IntersectionBranch branch);
+  /// Whether the contacts are found again by a search of their own.
+  static bool executeModule3Validation(Run& run);
+  /// The surface that the ball sweeps.
+  static bool executeModule4(Run& run);
+  static bool validateBlendResult(Run& run);
+  static void cleanupIntermediateResults(Run& run);
+  static void logProgress(const char* stage, const char* text);
+  /// Prints warnings, and the failure if it is one; hands the result on.
+  static RollingBallBlendResult announced(RollingBallBlendResult result);
 };
 
 }  // namespace trova::geometry::blend

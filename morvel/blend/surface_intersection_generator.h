@@ -20,7 +20,14 @@ struct MORVEL_API IntersectionPoint {
 };
 
 /// How a branch ends.
-enum class BranchEnd { Edge, Tangency, Fold, Stalled, Closed };
+enum class BranchEnd : int {
+  Edge = 0,      ///< of either surface
+  Tangency = 1,  ///< the surfaces become parallel
+  Fold = 2,      ///< an offset surface turns over
+  Stalled = 3,   ///< the limit of steps, or no step settles: the branch may go on
+  Closed = 4
+};
+MORVEL_API const char* nameOf(BranchEnd end);
 
 struct MORVEL_API IntersectionBranch {
   std::vector<IntersectionPoint> points;  ///< of a closed branch the last one repeats the first
@@ -35,6 +42,7 @@ struct MORVEL_API SurfaceIntersection {
   std::vector<IntersectionBranch> branches;
   /// Places where the surfaces touch without crossing, or where a branch ends for that.
   std::vector<IntersectionPoint> tangencies;
+  std::size_t meeting_cells = 0;  ///< pairs of cells in which branches were sought
   bool coincide = false;   ///< the surfaces lie on each other over an area; no branches are sought
   double residual = 0.0;   ///< largest distance of a point from either surface
   double deviation = 0.0;  ///< the same between the points, of the cubic through two neighbours
@@ -55,8 +63,9 @@ class MORVEL_API SurfaceIntersectionGenerator {
 
   /// A cubic along a branch on clamped uniform knots, evenly paced along its length, with as many
   /// points as keep it within `tolerance` (at most 1000 of them). Null for a branch of one point.
-  static std::unique_ptr<BSplineCurve> fitBranch(const IntersectionBranch& branch,
-                                                 double tolerance);
+  /// @param fewest  points, at least 4
+  static std::unique_ptr<BSplineCurve> fitBranch(const IntersectionBranch& branch, double tolerance,
+                                                 int fewest = 16);
 };
 
 }  // namespace trova::geometry::blend

@@ -90,10 +90,11 @@ VariableSpineResult VariableSpineContactSolver::solve(double radius, const Point
     if (!x.allFinite() || !system.evaluateConstraints(x, residual, jacobian)) break;
     const double size = residual.norm();
     if (size <= config_.tolerance) return createResult(sides_, radius, x, size, k + 1, true);
-    if (size < last / 2) scale = 1.0;
+    const bool hasGained = size < last / 2;
+    if (hasGained) scale = 1.0;
     last = size;
     const auto step = solveLeastSquares(jacobian, residual);
-    if (!step) break;
+    if (!step || (!hasGained && step->norm() <= config_.step_tolerance * radius)) break;
     x += scale * *step;
     clampParameters(x);
   }

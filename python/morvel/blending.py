@@ -2,6 +2,8 @@
 
 from __future__ import annotations
 
+import ctypes
+import warnings
 from dataclasses import dataclass
 from typing import Iterable, List, Literal, NamedTuple, Tuple
 
@@ -28,6 +30,8 @@ LINE_TOLERANCE = 1e-4
 LINE_CELLS = 100
 PER_CONTACT = 9
 FEWEST, MOST_ALONG = 3, 1000
+TEXT_SIZE = 2000
+ENDS = ("edge", "tangency", "fold", "stopped", "closed")  # as the library numbers them
 
 
 @dataclass(frozen=True, eq=False)
@@ -39,6 +43,7 @@ class Blend:
     offsets: Tuple[Surface, Surface]  #: surfaces at the ball's distance
     sides: str  #: "+" where the ball lies where a surface's normal points
     contacts: FloatArray  #: (n, 3, 3): centre, contact on the first surface, on the second
+    warnings: Tuple[str, ...] = ()  #: e.g. a spine that ends before the surfaces do
 
 
 class Branch(NamedTuple):
@@ -48,6 +53,7 @@ class Branch(NamedTuple):
     uv1: FloatArray
     uv2: FloatArray
     closed: bool
+    ends: Tuple[str, str]  #: "edge", "tangency", "closed", or "stopped" where it may go on
 
 
 @dataclass(frozen=True, eq=False)
@@ -100,6 +106,10 @@ def _signs(numbers: Iterable[int]) -> str:
     return "".join("+" if number > 0 else "-" for number in numbers)
 
 
+def _lines(text: "ctypes.Array[ctypes.c_char]") -> Tuple[str, ...]:
+    return tuple(text.value.decode("utf-8", "replace").splitlines())
+
+
 def blend(
     first: Surface,
     second: Surface,
@@ -122,7 +132,7 @@ def blend(
 
     Args:
         sides: "+" where the ball lies where a surface's normal points, for either surface; "auto"
-            takes the sides with the longest spine.
+            takes the sides with the longest spine, one that stops inside the surfaces only at need.
         tolerance: of the spine; 1e-4 of the radius where that is smaller.
         along, across: sections, and points of each; sections are added where they do not do.
         cells: 5 to 100; twice as many per direction are looked at for the spine.
@@ -133,16 +143,17 @@ def blend(
     out = [arrays.int_out() for _ in range(3)]
     taken, count = arrays.int_out(2), arrays.int_out()
     contacts = np.empty((whole(along, "along", FEWEST, MOST_ALONG), PER_CONTACT))
+    text = ctypes.create_string_buffer(TEXT_SIZE)
     surface = Surface(
         call(
             "create_rolling_ball_blend_with_method", *_pair(first, second), radius,
             choice(sides, METHODS, "sides"), tolerance, OFFSET_SAMPLES, cells, along, across, 0, 1,
-            taken, *out, address(contacts), along, count,
+            taken, *out, address(contacts), along, count, text, TEXT_SIZE,
         )
     )
     stations = contacts[: count[0]].reshape(-1, 3, 3)
     offsets = Surface(out[0][0]), Surface(out[1][0])
-    return Blend(surface, Curve(out[2][0]), offsets, _signs(taken), stations)
+    return Blend(surface, Curve(out[2][0]), offsets, _signs(taken), stations, _lines(text))
 
 
 def variable_blend(
@@ -159,6 +170,8 @@ def variable_blend(
 ) -> "Tuple[Surface, Curve]":
     """A blend whose radius changes along the spine, and the path of the ball's centre.
 
+    Warnings, e.g. of a spine that ends before the surfaces do, are Python's (`RuntimeWarning`).
+
     >>> floor = Surface.plane((0, 0, 0), (4, 0, 0), (0, 4, 0))
     >>> wall = Surface.plane((0, 0, 0), (0, 4, 0), (0, 0, 4))
     >>> with morvel.quiet():
@@ -170,14 +183,17 @@ def variable_blend(
         parameters: rising within 0 to 1, the fractions of the spine that the radii belong to.
     """
     at, values = _law(parameters, radii, "radii")
-    spine = arrays.int_out()
+    spine, text = arrays.int_out(), ctypes.create_string_buffer(TEXT_SIZE)
     surface = Surface(
         call(
             "create_variable_rolling_ball_blend", *_pair(first, second), address(at),
             address(values), at.size, choice(interpolation, INTERPOLATIONS, "interpolation"),
             choice(sides, METHODS, "sides"), cells, along, across, None, spine,
+            text, TEXT_SIZE,
         )
     )
+    for line in _lines(text):
+        warnings.warn(line, RuntimeWarning, stacklevel=2)
     return surface, Curve(spine[0])
 
 
@@ -203,18 +219,21 @@ def intersect(
     """
     counts = [arrays.int_out() for _ in range(4)]
     pair = ("compute_surface_intersection", *_pair(first, second), tolerance, cells)
-    call(*pair, None, None, None, 0, None, None, 0, None, 0, *counts)
+    call(*pair, None, None, None, 0, None, None, None, 0, None, 0, *counts)
     points, branches = counts[0][0], counts[1][0]
     xyz, uv1, uv2 = np.empty((points, 3)), np.empty((points, 2)), np.empty((points, 2))
     touching = np.empty((counts[2][0], 3))
-    ends, closed = arrays.int_out(max(branches, 1)), arrays.int_out(max(branches, 1))
+    ends, closed, kinds = (arrays.int_out(max(n * branches, 1)) for n in (1, 1, 2))
     call(
-        *pair, address(xyz), address(uv1), address(uv2), points, ends, closed, branches,
+        *pair, address(xyz), address(uv1), address(uv2), points, ends, closed, kinds, branches,
         address(touching), len(touching), *counts,
     )
     starts = [0, *ends[: max(branches - 1, 0)]]
     pieces = [slice(start, end) for start, end in zip(starts, ends[:branches])]
-    found = [Branch(xyz[p], uv1[p], uv2[p], bool(closed[k])) for k, p in enumerate(pieces)]
+    found = [
+        Branch(xyz[p], uv1[p], uv2[p], bool(closed[k]), (ENDS[kinds[2 * k]], ENDS[kinds[2 * k + 1]]))
+        for k, p in enumerate(pieces)
+    ]
     return Intersection(found, touching, bool(counts[3][0]))
 
 

@@ -67,3 +67,17 @@ def test_contacts_make_a_canal(corner):
     assert np.allclose(np.hypot(points[:, 0] - 0.5, points[:, 2] - 0.5), 0.5, atol=1e-4)
     raised = morvel.variable_offset(corner[0], [0, 1], [0.1, 0.3])
     assert np.allclose(raised([[0.5, 0.2]])[0, 2], 0.2)
+
+
+def test_ends_and_warnings_reach_the_caller(corner):
+    ground, wall = corner
+    assert morvel.intersect(ground, wall).branches[0].ends == ("edge", "edge")
+    ball = morvel.Surface.sphere((0.2, 0.1, 0.5), 1.0)
+    assert morvel.intersect(ground, ball).branches[0].ends == ("closed", "closed")
+    assert morvel.blend(*corner, RADIUS, "++").warnings == ()
+    upright = morvel.Surface.cylinder((0, 0, -3), 0.8, 6.0)
+    lying = morvel.Surface.cylinder((-3, 0, 0), 0.4, 6.0, (1, 0, 0))
+    sides = next(s for s in ("+-", "-+") if morvel.blend(upright, lying, 0.2, s).warnings)
+    assert "tangent" in morvel.blend(upright, lying, 0.2, sides).warnings[0]
+    with pytest.warns(RuntimeWarning, match="tangent"):
+        morvel.variable_blend(upright, lying, [0, 1], [0.2, 0.2], sides)

@@ -107,7 +107,7 @@ TEST_F(RollingBall, ChosenSidesContactsAndLawReachTheCaller) {
   const int upright = create_surface_plane(corner, kAlong, kUp);
   const int made = create_rolling_ball_blend_with_method(ground, upright, 0.5, 4, 0.01, 20, 20, 50,
                                                          20, 0, 1, sides, nullptr, nullptr, &spine,
-                                                         contacts, 7, &contactCount);
+                                                         contacts, 7, &contactCount, nullptr, 0);
   ASSERT_GT(made, 0) << lastError();
   EXPECT_EQ(sides[0], 1);
   ASSERT_EQ(contactCount, 7);
@@ -117,8 +117,8 @@ TEST_F(RollingBall, ChosenSidesContactsAndLawReachTheCaller) {
     EXPECT_NEAR(toPoint(contacts + 9 * k + 6).x(), 0.0, 1e-9);
   }
   const double t[] = {0, 1}, r[] = {0.2, 0.4};
-  const int law =
-      create_variable_rolling_ball_blend(ground, wall, t, r, 2, 0, 0, 20, 50, 20, sides, &spine);
+  const int law = create_variable_rolling_ball_blend(ground, wall, t, r, 2, 0, 0, 20, 50, 20, sides,
+                                                     &spine, nullptr, 0);
   ASSERT_GT(law, 0) << lastError();
   for (const double u : {0.0, 0.25, 1.0})
     EXPECT_NEAR(pointOf(law, u, 0).distanceTo(curvePoint(spine, u)), 0.2 + 0.2 * u, 2e-4);
@@ -129,27 +129,28 @@ TEST_F(RollingBall, StagesAloneAgreeWithClosedForms) {
   int points = 0, branches = 0, touching = 0, coincide = 0;
   const auto count = [&](int a, int b) {
     return compute_surface_intersection(a, b, 1e-5, 40, nullptr, nullptr, nullptr, 0, nullptr,
-                                        nullptr, 0, nullptr, 0, &points, &branches, &touching,
-                                        &coincide);
+                                        nullptr, nullptr, 0, nullptr, 0, &points, &branches,
+                                        &touching, &coincide);
   };
   ASSERT_EQ(count(ground, ball), 0) << lastError();
   ASSERT_EQ(branches, 1);
   std::vector<double> xyz(3 * points), uv1(2 * points), uv2(2 * points);
-  int end = 0, closed = 0;
+  int end = 0, closed = 0, kinds[2] = {0, 0};
   ASSERT_EQ(compute_surface_intersection(ground, ball, 1e-5, 40, xyz.data(), uv1.data(), uv2.data(),
-                                         points, &end, &closed, 1, nullptr, 0, &points, nullptr,
-                                         nullptr, nullptr),
+                                         points, &end, &closed, kinds, 1, nullptr, 0, &points,
+                                         nullptr, nullptr, nullptr),
             0);
   EXPECT_EQ(end, points);
   EXPECT_EQ(closed, 1);
+  EXPECT_EQ(kinds[1], 4);
   for (int k = 0; k < points; ++k) {
     EXPECT_NEAR(std::hypot(xyz[3 * k], xyz[3 * k + 1]), std::sqrt(0.75), 1e-8);
     EXPECT_THAT(pointOf(ball, uv2[2 * k], uv2[2 * k + 1]), IsNear(toPoint(&xyz[3 * k]), 1e-8));
   }
-  EXPECT_EQ(
-      compute_surface_intersection(ground, ball, 1e-5, 40, xyz.data(), nullptr, nullptr, 1, nullptr,
-                                   nullptr, 0, nullptr, 0, nullptr, nullptr, nullptr, nullptr),
-      -2);
+  EXPECT_EQ(compute_surface_intersection(ground, ball, 1e-5, 40, xyz.data(), nullptr, nullptr, 1,
+                                         nullptr, nullptr, nullptr, 0, nullptr, 0, nullptr, nullptr,
+                                         nullptr, nullptr),
+            -2);
   ASSERT_EQ(count(ground, ground), 0);
   EXPECT_EQ(coincide, 1);
 

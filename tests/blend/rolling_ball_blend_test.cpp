@@ -262,28 +262,6 @@ TEST(RollingBallBlend, StagesAreAnnouncedAndConfigurationsChecked) {
   }
 }
 
-TEST(CanalSurface, SectionKindsLieOnTheBall) {
-  BallStation ball;
-  ball.centre = {1, 2, 3};
-  ball.contact1 = {1, 2, 1};
-  ball.contact2 = {3, 2, 3};
-  ball.radius = 2.0;
-  const std::vector<double> shares{0, 0.2, 0.5, 1};
-  for (const auto& points :
-       {CanalSurfaceConstructor::generateCircularCrossSection(ball, shares),
-        CanalSurfaceConstructor::generateArcCrossSection(ball, shares),
-        CanalSurfaceConstructor::generateConstrainedBSplineCrossSection(ball, shares),
-        CanalSurfaceConstructor::generateCircularCrossSection(ball, shares, false)}) {
-    ASSERT_EQ(points.size(), shares.size());
-    EXPECT_THAT(points.front(), IsNear(ball.contact1, 1e-12));
-    EXPECT_THAT(points.back(), IsNear(ball.contact2, 1e-12));
-    for (const Point3D& p : points)
-      EXPECT_NEAR(p.distanceTo(ball.centre), 2.0, 1e-3 * 2.0);
-  }
-  ball.contact2 = {1, 2, 5};  // opposite
-  EXPECT_TRUE(CanalSurfaceConstructor::generateCircularCrossSection(ball, shares).empty());
-}
-
 TEST(OffsetSurface, LiesAtItsDistance) {
   const auto offset = OffsetSurfaceGenerator::createOffsetSurface(*kField, 0.25, 40);
   const SurfaceSearch search(*kField);

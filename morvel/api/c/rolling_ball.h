@@ -21,10 +21,11 @@ MORVEL_C_BEGIN
    offsetResolution: 3 to 200 samples per direction of the offset surfaces. intersectionResolution:
    5 to 100; twice as many cells per direction are looked at for the spine. samplesAlong (3 to
    1000), samplesAcross (3 to 100): sections of the surface and points of each; sections are added
-   where the surface would leave the ball's path by more than 1e-4 of the radius. blendOnly: if 0,
+   where the surface would leave the ball's path by more than 1e-4 of the radius. The spine's curve
+   has at least intersectionResolution points. blendOnly: if 0,
    both offset surfaces are stored too, and the spine where its handle is asked for. validate:
-   contacts are checked on the way, which may add warnings only. Handles that are not stored are
-   written as 0; each may be null. */
+   contacts are checked on the way, which may add warnings only; warnings are printed. Handles that
+   are not stored are written as 0; each may be null. */
 MORVEL_API int create_rolling_ball_blend(int surface1, int surface2, double radius,
                                          int offsetResolution, int intersectionResolution,
                                          int samplesAlong, int samplesAcross, int blendOnly,
@@ -37,28 +38,29 @@ MORVEL_API int create_rolling_ball_blend_manual_directions(
     int* offset1 MORVEL_LEN(1), int* offset2 MORVEL_LEN(1), int* spine MORVEL_LEN(1));
 /* The same with a choice of the sides. method: 0 along both normals, 1 against both, 2 along the
    first and against the second, 3 against the first and along the second, 4 automatic: the sides
-   with the longest spine, of about equally long ones the first in the order 0 to 3. tolerance: of
-   the spine, above 0; the smaller of it and 1e-4 of the radius holds. sides: 1 or -1 for each
-   surface, as taken. contacts: 9 doubles for each of `capacity` stations spread over the spine: the
-   centre, the contacts on both surfaces. Every output may be null. */
+   with the longest spine, one that ends before the surfaces do only where there is no other; of
+   about equally long ones the first in the order 0 to 3. tolerance: of the spine, above 0; the
+   smaller of it and 1e-4 of the radius holds. sides: 1 or -1 for each surface, as taken. contacts:
+   9 doubles for each of `capacity` stations spread over the spine: the centre, the contacts on both
+   surfaces. warnings: one a line, empty where there are none: a spine that ends before the surfaces
+   do, contacts that could not be checked, a surface that is not as near to the ball's path as it
+   should be. Every output may be null. */
 MORVEL_API int create_rolling_ball_blend_with_method(
     int surface1, int surface2, double radius, int method, double tolerance, int offsetResolution,
     int intersectionResolution, int samplesAlong, int samplesAcross, int blendOnly, int validate,
     int* sides MORVEL_LEN(2), int* offset1 MORVEL_LEN(1), int* offset2 MORVEL_LEN(1),
     int* spine MORVEL_LEN(1), double* contacts MORVEL_LEN(9 * capacity), int capacity,
-    int* contactCount MORVEL_LEN(1));
+    int* contactCount MORVEL_LEN(1), char* warnings MORVEL_LEN(warningsSize), int warningsSize);
 /* A blend whose radius follows a law of the fraction 0 to 1 of the spine; its handle.
 
    parameters: rising within 0 to 1; radii: above 0; at least 2 of each. Before the first and after
-   the last the radius is constant. interpolation: 0 linear, 1 smooth. method: as above. spine: the
-   path of the centre, in step with u of the blend; may be null. */
-MORVEL_API int create_variable_rolling_ball_blend(int surface1, int surface2,
-                                                  const double* parameters MORVEL_LEN(count),
-                                                  const double* radii MORVEL_LEN(count), int count,
-                                                  int interpolation, int method,
-                                                  int intersectionResolution, int samplesAlong,
-                                                  int samplesAcross, int* sides MORVEL_LEN(2),
-                                                  int* spine MORVEL_LEN(1));
+   the last the radius is constant. interpolation: 0 linear, 1 smooth. method, warnings: as above.
+   spine: the path of the centre, in step with u of the blend; may be null. */
+MORVEL_API int create_variable_rolling_ball_blend(
+    int surface1, int surface2, const double* parameters MORVEL_LEN(count),
+    const double* radii MORVEL_LEN(count), int count, int interpolation, int method,
+    int intersectionResolution, int samplesAlong, int samplesAcross, int* sides MORVEL_LEN(2),
+    int* spine MORVEL_LEN(1), char* warnings MORVEL_LEN(warningsSize), int warningsSize);
 
 /* Where balls about given centres touch both surfaces: the number of balls whose searches all
    settled. Of each contact, first those on surface 1: points x y z, u and v, unit normals, the
@@ -94,17 +96,19 @@ MORVEL_API int solve_variable_spine_contact(int surface1, int surface2, double d
    either surface. branchEnds: for each branch the number of points up to its end; closed: 1 for one
    whose last point repeats the first. Between neighbours the cubic with the branch's directions is
    within the tolerance (model units) of both surfaces; the points themselves are on both to
-   rounding. resolution: 5 to 100 cells per direction are looked at. tangencies: points where the
-   surfaces touch or a branch ends for that; at most tangencyCapacity of them are written.
-   coincide: 1 where the surfaces lie on each other over an area, with no branches. Arrays may be
-   null with a capacity of 0; where points or branches do not fit, the numbers are written and the
-   result is -2. */
+   rounding. endKinds: for each branch how it begins and ends: 0 at an edge of a surface, 1 where
+   the surfaces become tangent, 3 where the search stopped though the branch may go on, 4 at its own
+   start. resolution: at most so many cells per direction are looked at, 5 to 100. tangencies:
+   points where the surfaces touch or a branch ends for that; at most tangencyCapacity of them are
+   written. coincide: 1 where the surfaces lie on each other over an area, with no branches. Arrays
+   may be null with a capacity of 0; where points or branches do not fit, the numbers are written
+   and the result is -2. */
 MORVEL_API int compute_surface_intersection(
     int surface1, int surface2, double tolerance, int resolution,
     double* points MORVEL_LEN(3 * capacity), double* uv1 MORVEL_LEN(2 * capacity),
     double* uv2 MORVEL_LEN(2 * capacity), int capacity, int* branchEnds MORVEL_LEN(branchCapacity),
-    int* closed MORVEL_LEN(branchCapacity), int branchCapacity,
-    double* tangencies MORVEL_LEN(3 * tangencyCapacity), int tangencyCapacity,
+    int* closed MORVEL_LEN(branchCapacity), int* endKinds MORVEL_LEN(2 * branchCapacity),
+    int branchCapacity, double* tangencies MORVEL_LEN(3 * tangencyCapacity), int tangencyCapacity,
     int* pointCount MORVEL_LEN(1), int* branchCount MORVEL_LEN(1), int* tangencyCount MORVEL_LEN(1),
     int* coincide MORVEL_LEN(1));
 /* A canal surface through balls with two contacts each, at least 2 of them: circular arcs between

@@ -1,42 +1,48 @@
 #pragma once
 
 #include <string>
+#include <utility>
 
 #include "morvel/blend/rolling_ball_blend_orchestrator.h"
 
-namespace trova::geometry::blend::internal {
+namespace trova::geometry::blend {
 
-/// One run of the stages. Each stage leaves what the next ones need, or a status and errors.
-class BlendRun {
- public:
-  BlendRun(const Surface& surface1, const Surface& surface2, double distance1, double distance2,
-           const RollingBallBlendConfig& config, const RadiusLaw* law);
+/// One blend under way: each stage leaves what the next ones need, or a status and errors.
+struct RollingBallBlendOrchestrator::Run {
+  Run(const Surface& first, const Surface& second, double toFirst, double toSecond,
+      const RollingBallBlendConfig& settings, const RadiusLaw* changing = nullptr)
+      : surface1(first),
+        surface2(second),
+        distance1(toFirst),
+        distance2(toSecond),
+        config(settings),
+        law(changing) {
+    result.distance1 = distance1;
+    result.distance2 = distance2;
+  }
 
-  RollingBallBlendResult run();
+  double radius() const { return distance1 < 0.0 ? -distance1 : distance1; }
 
- private:
-  bool runStages();
-  bool checkInputs();
-  bool executeModule1();
-  bool executeModule2();
-  bool executeModule3Validation();
-  bool executeModule4();
-  bool validateBlendResult();
-  bool chooseBranch(const SurfaceIntersection& met);
-  void collectContacts();
-  std::unique_ptr<BSplineCurve> centreCurve() const;
-  void cleanupIntermediateResults();
-  bool fail(const char* status, const char* error, std::string cause = {});
-  static void logProgress(const char* stage, const char* text);
+  double leastRadius() const { return law ? law->least() : radius(); }
 
-  const Surface& surface1_;
-  const Surface& surface2_;
-  double distance1_;
-  double distance2_;
-  RollingBallBlendConfig config_;
-  const RadiusLaw* law_;
-  BallPath path_;
-  RollingBallBlendResult result_;
+  /// False, for a stage to hand on.
+  bool fail(const char* status, const char* error, std::string cause = {}) {
+    result.status = status;
+    result.errors.emplace_back(error);
+    if (!cause.empty()) result.errors.push_back(std::move(cause));
+    return false;
+  }
+
+  void warn(std::string text) { result.warnings.push_back(std::move(text)); }
+
+  const Surface& surface1;
+  const Surface& surface2;
+  double distance1;
+  double distance2;
+  RollingBallBlendConfig config;
+  const RadiusLaw* law;  // null for a constant radius
+  BallPath path;
+  RollingBallBlendResult result;
 };
 
-}  // namespace trova::geometry::blend::internal
+}  // namespace trova::geometry::blend

@@ -22,12 +22,24 @@ struct Box {
   }
 };
 
+/// What a grid is made in. Kept for the next grids of the thread: to hand it back to the system and
+/// to get it again took as long as the rest of a search.
+struct GridMemory {
+  std::vector<Vector3d> samples;
+  std::vector<Vector3d> bends;
+  std::vector<Vector3d> margins;
+  std::vector<Box> boxes;
+};
+
 /// The boxes hold the samples with a margin from their second differences: sure where the samples
 /// resolve the bends.
 class CellGrid {
  public:
-  /// @param mostCells  per direction
-  CellGrid(const OffsetField& field, int mostCells);
+  /// @param fewestCells, mostCells  per direction; the fewest below 1: the grid's own
+  CellGrid(const OffsetField& field, int fewestCells, int mostCells);
+  ~CellGrid();
+  CellGrid(const CellGrid&) = delete;
+  CellGrid& operator=(const CellGrid&) = delete;
 
   bool isFinite() const { return isFinite_; }
   double size() const { return size_; }  ///< diagonal of the whole's box
@@ -56,14 +68,24 @@ class CellGrid {
   double vAt(double j) const;
 
   /// Corners of a cell, and how far the surface may leave them.
-  const Vector3d& corner(int i, int j) const { return samples_[sampleIndex(i, j)]; }
-  const Vector3d& margin(const Node& cell) const { return margins_[cellIndex(cell.i, cell.j)]; }
+  const Vector3d& corner(int i, int j) const { return memory_.samples[sampleIndex(i, j)]; }
+  const Vector3d& margin(const Node& cell) const {
+    return memory_.margins[cellIndex(cell.i, cell.j)];
+  }
+  /// Across both diagonals, of any length.
+  Vector3d normal(const Node& cell) const;
+  /// About the angle (radians) by which the normals of a cell differ.
+  double turn(const Node& cell) const;
 
  private:
   struct Level {
     int nU;
     int nV;
-    std::vector<Box> boxes;
+    std::size_t first;  // of its boxes, row by row
+
+    std::size_t index(int i, int j) const {
+      return first + std::size_t(i) * std::size_t(nV) + std::size_t(j);
+    }
   };
 
   std::size_t sampleIndex(int i, int j) const {
@@ -82,8 +104,7 @@ class CellGrid {
   int cellsV_ = 0;
   bool isFinite_ = true;
   double size_ = 0.0;
-  std::vector<Vector3d> samples_;
-  std::vector<Vector3d> margins_;
+  GridMemory memory_;
   std::vector<Level> levels_;
 };
 

@@ -24,12 +24,6 @@ Range extentAlong(const CellGrid& grid, const CellGrid::Node& cell, const Vector
   return {range.low - margin, range.high + margin};
 }
 
-Vector3d normalOf(const CellGrid& grid, const CellGrid::Node& cell) {
-  const Vector3d d1 = grid.corner(cell.i + 1, cell.j + 1) - grid.corner(cell.i, cell.j);
-  const Vector3d d2 = grid.corner(cell.i, cell.j + 1) - grid.corner(cell.i + 1, cell.j);
-  return cross(d1, d2);
-}
-
 class PairSearch {
  public:
   PairSearch(const CellGrid& a, const CellGrid& b) : a_(a), b_(b) {}
@@ -49,7 +43,7 @@ class PairSearch {
 
  private:
   bool isSeparated(const CellGrid::Node& a, const CellGrid::Node& b) const {
-    return isSeparatedAlong(normalOf(a_, a), a, b) || isSeparatedAlong(normalOf(b_, b), a, b);
+    return isSeparatedAlong(a_.normal(a), a, b) || isSeparatedAlong(b_.normal(b), a, b);
   }
 
   bool isSeparatedAlong(const Vector3d& direction, const CellGrid::Node& a,

@@ -9,6 +9,8 @@ namespace trova::geometry::blend::internal {
 
 /// The surface on clamped uniform knots with the net's points at the parameters of
 /// UniformInterpolation; null where a control point is not finite.
-std::unique_ptr<BSplineSurface> surfaceThrough(ControlNet net, int degreeU, int degreeV);
+/// @param closesInU  the ends in u, which coincide, get the same derivatives: the mean of both
+std::unique_ptr<BSplineSurface> surfaceThrough(ControlNet net, int degreeU, int degreeV,
+                                               bool closesInU = false);
 
 }  // namespace trova::geometry::blend::internal
