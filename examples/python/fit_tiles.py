@@ -28,7 +28,7 @@ from contextlib import ExitStack, suppress
 from multiprocessing import get_context
 from multiprocessing.connection import Connection, wait
 from pathlib import Path
-from typing import Dict, Iterator, List, NamedTuple, Optional, Sequence, Tuple
+from typing import Any, Dict, Iterator, List, NamedTuple, Optional, Sequence, Tuple
 
 import numpy as np
 from scipy.ndimage import map_coordinates
@@ -173,7 +173,8 @@ def on_pool(scan: Scan, workers: int) -> Iterator[TileFit]:
                 busy[worker.line] = worker, place
                 with suppress(BrokenPipeError):  # a worker that died meanwhile: its line has ended
                     worker.line.send((scan, place))
-            for line in wait(list(busy)):
+            ready: Sequence[Any] = wait(list(busy))
+            for line in ready:
                 worker, place = busy.pop(line)
                 try:
                     fit = line.recv()

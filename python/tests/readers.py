@@ -22,8 +22,9 @@ NODE = Path(__file__).resolve().parent / "node"
 def needs(condition: object, what: str) -> None:
     """Skips the test where a program is missing; fails it under CI, which has them all."""
     if not condition:
-        refuse = pytest.fail if os.environ.get("CI") == "true" else pytest.skip
-        refuse(f"{what} is not installed")
+        if os.environ.get("CI") == "true":
+            pytest.fail(f"{what} is not installed")
+        pytest.skip(f"{what} is not installed")
 
 
 def _run(*command: object) -> str:
