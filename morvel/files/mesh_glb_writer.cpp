@@ -1,4 +1,4 @@
-// Binary glTF 2.0 (Khronos Group, "glTF 2.0 specification", 2021): a node and a mesh for every
+// Binary glTF 2.0 (Khronos Group, 2021): a node and a mesh for every
 // object, all numbers in one buffer.
 
 #include <tiny_gltf.h>

@@ -2,8 +2,8 @@
 
 #include "morvel/foundation/export.h"
 
-// Silence that nests. The level and the sink of status_line.h stay as they are under it: whoever asks
-// for silence need not know what was set before.
+// Silence that nests. The level and the sink of status_line.h stay as they are under it: whoever
+// asks for silence need not know what was set before.
 
 namespace trova::foundation::status {
 
