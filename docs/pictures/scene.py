@@ -29,7 +29,8 @@ OVERSAMPLING = 2
 SHRUNK = 1  # a test draws smaller pictures, which takes less time
 COLOURS = 256
 MARGIN = 0.035
-BOX_SIDES = (2, 3, 4, 6, 8, 12, 16, 24, 32, 64, 4096)  # pixels: triangles go by their box's size
+# Pixels: triangles go by the side of their box, of which every pixel is looked at.
+BOX_SIDES = (2, 3, 4, 6, 8, 12, 16, 24, 32, 48, 64, 96, 128, 256, 512, 4096)
 CHUNK = 2_000_000  # pixels that are looked at at a time
 
 
