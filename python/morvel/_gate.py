@@ -33,37 +33,38 @@ HARMLESS = (
     "unmute_log",
 )
 
-_turn = threading.RLock()
-_depth = 0  # of calls under way, all in the thread that has the turn
-_waiting: Deque[Callable[[], None]] = deque()
+#: Held during a call. Only `with` keeps it safe from Ctrl-C between taking and giving it back.
+turn = threading.RLock()
 
 
-def enter(name: str = "") -> None:
-    """Waits for the turn; `leave` gives it on.
+class _Calls:
+    """How many calls are under way, all in the thread that has the turn.
+
+    Ctrl-C raises where a function begins or has ended, never in a plain assignment: whoever begins
+    a call keeps the depth from before and assigns it first of all in its `finally`.
+    """
+
+    depth = 0
+
+
+calls = _Calls()
+waiting: Deque[Callable[[], None]] = deque()
+
+
+def begin(name: str = "") -> None:
+    """Begins a call; whoever calls it holds the `turn`.
 
     RuntimeError for a call from inside a callback; without a name, calls within calls are allowed.
     """
-    global _depth
-    _turn.acquire()
-    if _depth:
+    if calls.depth:
         if name and not name.startswith(HARMLESS):
-            _turn.release()
             raise RuntimeError(
                 f"{name} cannot be called while the kernel is in a call: handlers of lines and of "
                 "progress may look, but not work on objects"
             )
-    elif _waiting:
-        _empty()
-    _depth += 1
-
-
-def leave() -> None:
-    """Ends what `enter` began."""
-    global _depth
-    _depth -= 1
-    if _waiting and not _depth:
-        _empty()
-    _turn.release()
+    elif waiting:
+        empty()
+    calls.depth += 1
 
 
 def between_calls(work: Callable[[], None]) -> None:
@@ -72,30 +73,32 @@ def between_calls(work: Callable[[], None]) -> None:
     Never waits: a finalizer may run in a thread that holds a lock which the thread in the kernel is
     about to take.
     """
-    _waiting.append(work)
-    if _turn.acquire(blocking=False):
+    waiting.append(work)
+    if turn.acquire(blocking=False):
         try:
-            if not _depth:
-                _empty()
+            if not calls.depth:
+                empty()
         finally:
-            _turn.release()
+            turn.release()
 
 
-def _empty() -> None:
-    global _depth
-    _depth += 1
+def empty() -> None:
+    """Does what waits, between calls. Ctrl-C loses nothing: all of it can be done again."""
+    before = calls.depth
     try:
-        while _waiting:
-            _waiting.popleft()()
+        calls.depth = before + 1
+        while waiting:
+            waiting[0]()
+            waiting.popleft()
     finally:
-        _depth -= 1
+        calls.depth = before
 
 
 # Where the process ends, the library frees what a daemon thread may be at work on: the turn is
 # waited for and kept. This runs after what other modules do at the end.
-atexit.register(_turn.acquire)
+atexit.register(turn.acquire)
 
 # A child that is forked while another thread is in the kernel would wait for ever.
 os.register_at_fork(
-    before=_turn.acquire, after_in_parent=_turn.release, after_in_child=_turn.release
+    before=turn.acquire, after_in_parent=turn.release, after_in_child=turn.release
 )

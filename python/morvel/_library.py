@@ -12,9 +12,9 @@ from typing import Tuple
 
 import numpy as np
 
-from ._arrays import FloatArray, address, int_out, number, point_out, whole
+from ._arrays import MOST, FloatArray, address, int_out, number, point_out, whole
 from ._errors import Cancelled, HandleError, MorvelError, error_for
-from ._gate import enter, leave
+from ._gate import begin, calls, empty, turn, waiting
 from ._signatures import SIGNATURES, VERSION
 
 LIBRARY_VARIABLE = "MORVEL_LIBRARY"  # a path to libmorvel.so that goes before all others
@@ -144,25 +144,6 @@ class Handled:
         raise NotImplementedError
 
 
-class _Whole:
-    """A parameter that takes whole numbers of 32 bits; ctypes alone would cut larger ones."""
-
-    @classmethod
-    def from_param(cls, value: Any) -> Any:
-        return ctypes.c_int(whole(value, "the argument"))
-
-
-class _Number:
-    """A parameter that takes any number, also one of numpy's."""
-
-    @classmethod
-    def from_param(cls, value: Any) -> Any:
-        return ctypes.c_double(number(value, "the argument"))
-
-
-_PARAMETERS: Dict[str, Any] = {"int": _Whole, "double": _Number}
-
-
 def _typed(library: ctypes.CDLL) -> Dict[str, Any]:
     functions: Dict[str, Any] = {}
     for name, (result, parameters, doc) in SIGNATURES.items():
@@ -173,7 +154,7 @@ def _typed(library: ctypes.CDLL) -> Dict[str, Any]:
                 f"{library._name} is another version's: package {VERSION} needs its {name}"
             ) from None
         function.restype = _ctype(result)
-        function.argtypes = [_PARAMETERS.get(t) or _ctype(t) for t, _, _ in parameters]
+        function.argtypes = [_ctype(c_type) for c_type, _, _ in parameters]
         function.__doc__ = doc
         functions[name] = function
     return functions
@@ -190,13 +171,17 @@ def _in_turn(name: str) -> Callable[..., Any]:
 
     def in_turn(*arguments: Any) -> Any:
         arguments = _plain(name, arguments)
-        enter(name)
-        try:
-            return function(*_with_numbers(arguments))
-        except ctypes.ArgumentError:
-            raise _misfit(name, arguments) from None
-        finally:
-            leave()
+        with turn:
+            before = calls.depth
+            try:
+                begin(name)
+                return function(*_with_numbers(arguments))
+            except ctypes.ArgumentError:
+                raise _misfit(name, arguments) from None
+            finally:
+                calls.depth = before
+                if waiting and not before:
+                    empty()
 
     in_turn.__name__ = in_turn.__qualname__ = name
     in_turn.__doc__ = function.__doc__
@@ -209,23 +194,38 @@ def _in_turn(name: str) -> Callable[..., Any]:
 functions: Dict[str, Callable[..., Any]] = {name: _in_turn(name) for name in raw}
 
 
-_PLAIN = frozenset([int, float, bool, bytes, type(None)])
 _CONVERSIONS: Dict[str, Callable[[Any, str], Any]] = {"int": whole, "double": number}
+_CHECKS: Dict[str, List[Any]] = {
+    name: [_CONVERSIONS.get(c_type) for c_type, _, _ in parameters]
+    for name, (_, parameters, _) in SIGNATURES.items()
+}
 
 
 def _plain(name: str, arguments: Tuple[Any, ...]) -> Tuple[Any, ...]:
-    """Numbers of other types as Python's own. It runs the caller's code, so before the turn."""
-    if all(type(a) in _PLAIN or isinstance(a, Handled) for a in arguments):
-        return arguments
-    types = SIGNATURES[name][1]
-    if len(types) != len(arguments):
+    """Numbers as Python's own, those of 32 bits within their bounds.
+
+    It runs the caller's code, so before the turn. ctypes could do it on the way, but would cut whole
+    numbers and make an ArgumentError of Ctrl-C.
+    """
+    checks = _CHECKS[name]
+    if len(checks) != len(arguments):
         return arguments  # which ctypes refuses
-    return tuple(
-        argument
-        if c_type not in _CONVERSIONS or isinstance(argument, (Handled, ctypes.Array))
-        else _CONVERSIONS[c_type](argument, parameter)
-        for (c_type, parameter, _), argument in zip(types, arguments)
-    )
+    for check, argument in zip(checks, arguments):
+        kind = type(argument)
+        if check is whole:
+            fits = kind is int and -MOST - 1 <= argument <= MOST or isinstance(argument, Handled)
+        else:
+            fits = check is None or kind is float or kind is int
+        if not fits:
+            return tuple(map(_converted, SIGNATURES[name][1], arguments))
+    return arguments
+
+
+def _converted(parameter: Tuple[str, str, Optional[str]], argument: Any) -> Any:
+    c_type, name, _ = parameter
+    if c_type not in _CONVERSIONS or isinstance(argument, Handled):
+        return argument
+    return _CONVERSIONS[c_type](argument, name)
 
 
 def _with_numbers(arguments: Iterable[Any]) -> List[Any]:
@@ -314,23 +314,31 @@ def is_registered(kind: int, handle: int) -> bool:
         ("get_curve_on_surface_interval", at[:2], 0),
     )
     name, outs, least = questions[kind]
-    enter()
-    try:
-        return bool(raw[name](handle, *outs) >= least)
-    finally:
-        leave()
+    with turn:
+        before = calls.depth
+        try:
+            begin()
+            return bool(raw[name](handle, *outs) >= least)
+        finally:
+            calls.depth = before
+            if waiting and not before:
+                empty()
 
 
 def is_trimmed(handle: int) -> bool:
     """Whether a registered surface is a trimmed one."""
-    enter()
-    try:
-        found = raw["get_trim_loop_count"](handle) >= 0
-        if not found:
-            raw["clear_last_error"]()
-        return bool(found)
-    finally:
-        leave()
+    with turn:
+        before = calls.depth
+        try:
+            begin()
+            found = raw["get_trim_loop_count"](handle) >= 0
+            if not found:
+                raw["clear_last_error"]()
+            return bool(found)
+        finally:
+            calls.depth = before
+            if waiting and not before:
+                empty()
 
 
 def _unknown_handle(name: str, arguments: Sequence[Any]) -> str:
@@ -352,30 +360,38 @@ def call(name: str, *arguments: Any, passing: Container[int] = ()) -> Any:
         passing: results below 0 that do not raise.
     """
     arguments = _plain(name, arguments)
-    enter(name)
-    try:
-        result = raw[name](*_with_numbers(arguments))
-        if result < 0 and result not in passing:
-            raise failure(name, int(result), arguments)
-        return result
-    except ctypes.ArgumentError:
-        raise _misfit(name, arguments) from None
-    finally:
-        leave()
+    with turn:
+        before = calls.depth
+        try:
+            begin(name)
+            result = raw[name](*_with_numbers(arguments))
+            if result < 0 and result not in passing:
+                raise failure(name, int(result), arguments)
+            return result
+        except ctypes.ArgumentError:
+            raise _misfit(name, arguments) from None
+        finally:
+            calls.depth = before
+            if waiting and not before:
+                empty()
 
 
 def call_expecting(success: int, name: str, *arguments: Any) -> None:
     """Calls a function that says success with one number."""
     arguments = _plain(name, arguments)
-    enter(name)
-    try:
-        result = raw[name](*_with_numbers(arguments))
-        if result != success:
-            raise failure(name, int(result), arguments)
-    except ctypes.ArgumentError:
-        raise _misfit(name, arguments) from None
-    finally:
-        leave()
+    with turn:
+        before = calls.depth
+        try:
+            begin(name)
+            result = raw[name](*_with_numbers(arguments))
+            if result != success:
+                raise failure(name, int(result), arguments)
+        except ctypes.ArgumentError:
+            raise _misfit(name, arguments) from None
+        finally:
+            calls.depth = before
+            if waiting and not before:
+                empty()
 
 
 def values_of(name: str, *arguments: Any) -> FloatArray:

@@ -6,6 +6,7 @@ import gc
 import logging
 import os
 import random
+import signal
 import subprocess
 import sys
 import threading
@@ -268,6 +269,29 @@ class TestThreadsAndProcesses:
         finally:
             morvel.print_lines()
         assert seen[:2] == [5, True] and morvel.counts().points == 0
+
+    def test_an_interrupt_at_any_moment_leaves_the_kernel_to_others(self) -> None:
+        def interrupt(*_: Any) -> None:
+            raise KeyboardInterrupt
+
+        delays, lengths = random.Random(1), []
+        before = signal.signal(signal.SIGALRM, interrupt)
+        try:
+            line = Curve.line((0, 0, 0), (3, 4, 0))
+            for _ in range(300):
+                try:
+                    signal.setitimer(signal.ITIMER_REAL, delays.uniform(5e-5, 1e-3))
+                    while True:
+                        line(0.5)
+                except KeyboardInterrupt:
+                    pass
+        finally:
+            signal.setitimer(signal.ITIMER_REAL, 0)
+            signal.signal(signal.SIGALRM, before)
+        asking = threading.Thread(target=lambda: lengths.append(line.length()), daemon=True)
+        asking.start()
+        asking.join(30)
+        assert lengths == [5.0]
 
     @pytest.mark.skipif("ASAN_OPTIONS" in os.environ, reason="forks are slow under sanitizers")
     def test_a_forked_child_has_objects_of_its_own(self):
