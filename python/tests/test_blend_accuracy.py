@@ -66,7 +66,7 @@ def spline(net: np.ndarray) -> Tuple[morvel.Surface, Foot]:
         return np.einsum("ka,kb,abc->kc", basis(u, i), basis(v, j), net)
 
     lattice = np.stack(np.meshgrid(*[np.linspace(0, 1, 121)] * 2, indexing="ij"), -1).reshape(-1, 2)
-    samples = at(*lattice.T, 0, 0)
+    samples = at(lattice[:, 0], lattice[:, 1], 0, 0)
 
     def foot(points):
         u, v = lattice[[np.argmin(((samples - p) ** 2).sum(1)) for p in points]].T
