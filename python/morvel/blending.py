@@ -230,9 +230,9 @@ def intersect(
     )
     starts = [0, *ends[: max(branches - 1, 0)]]
     pieces = [slice(start, end) for start, end in zip(starts, ends[:branches])]
+    names = [(ENDS[kinds[2 * k]], ENDS[kinds[2 * k + 1]]) for k in range(branches)]
     found = [
-        Branch(xyz[p], uv1[p], uv2[p], bool(closed[k]), (ENDS[kinds[2 * k]], ENDS[kinds[2 * k + 1]]))
-        for k, p in enumerate(pieces)
+        Branch(xyz[p], uv1[p], uv2[p], bool(closed[k]), names[k]) for k, p in enumerate(pieces)
     ]
     return Intersection(found, touching, bool(counts[3][0]))
 

@@ -127,20 +127,20 @@ class Progress : public SurfaceInterface {
          [&] {
            return create_rolling_ball_blend_with_method(ground_, wall_, 0.5, 4, 1e-4, 20, 20, 50,
                                                         20, 1, 1, nullptr, nullptr, nullptr,
-                                                        nullptr, nullptr, 0, nullptr);
+                                                        nullptr, nullptr, 0, nullptr, nullptr, 0);
          }},
         {"create_variable_rolling_ball_blend", -4,
          [&] {
            const double t[] = {0, 1}, r[] = {0.4, 0.6};
            return create_variable_rolling_ball_blend(ground_, wall_, t, r, 2, 0, 0, 20, 20, 10,
-                                                     nullptr, nullptr);
+                                                     nullptr, nullptr, nullptr, 0);
          }},
         {"compute_surface_intersection", -4,
          [&] {
            int points = 0;
            return compute_surface_intersection(ground_, wall_, 1e-4, 20, nullptr, nullptr, nullptr,
-                                               0, nullptr, nullptr, 0, nullptr, 0, &points, nullptr,
-                                               nullptr, nullptr);
+                                               0, nullptr, nullptr, nullptr, 0, nullptr, 0, &points,
+                                               nullptr, nullptr, nullptr);
          }},
         {"compute_contact_points", -4,
          [&] {
