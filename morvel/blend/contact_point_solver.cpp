@@ -119,7 +119,7 @@ class Search {
       if (!(std::abs(det) < kSingular)) {
         const double du = (now.gv * h12 - now.gu * a22) / det;
         const double dv = (now.gu * h12 - now.gv * a11) / det;
-        const auto next = lookAt(clampedStep(now.u, du), clampedStep(now.v, dv));
+        auto next = lookAt(clampedStep(now.u, du), clampedStep(now.v, dv));
         if (next && (next->gradientNorm() < now.gradientNorm() || attempt == kTries)) {
           damping = std::max(kDampingFall * damping, kDampingFloor);
           return next;

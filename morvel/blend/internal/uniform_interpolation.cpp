@@ -22,7 +22,7 @@ UniformInterpolation::UniformInterpolation(int count, int degree)
   for (int i = 0; i < count; ++i) {
     double sum = 0.0;
     for (int k = 1; k <= degree; ++k)
-      sum += knots[std::size_t(i + k)];
+      sum += knots[std::size_t(i) + std::size_t(k)];
     const double t = i == 0 ? 0.0 : i == count - 1 ? 1.0 : sum / degree;
     parameters_[std::size_t(i)] = t;
     const int span = nurbs::findKnotSpan(degree, t, knots);
