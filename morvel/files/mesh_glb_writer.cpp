@@ -1,5 +1,5 @@
-// Binary glTF 2.0 (Khronos Group, 2021): a node and a mesh for every
-// object, all numbers in one buffer.
+// Binary glTF 2.0 (Khronos Group, 2021): a node and a mesh for every object, all numbers in one
+// buffer.
 
 #include <tiny_gltf.h>
 

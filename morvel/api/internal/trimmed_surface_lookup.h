@@ -59,8 +59,5 @@ const trova::geometry::Surface& untrimmed(const trova::geometry::Surface& surfac
 /// The same for who holds on to it; null for null.
 std::shared_ptr<const trova::geometry::Surface> untrimmed(
     std::shared_ptr<const trova::geometry::Surface> surface);
-/// The same for whoever holds on to the base; null for null.
-std::shared_ptr<const trova::geometry::Surface> untrimmed(
-    std::shared_ptr<const trova::geometry::Surface> surface);
 
 }  // namespace trova_internal
